@@ -1,0 +1,48 @@
+# Everything a developer types. `make run` and `make test` set a fresh
+# Debian 12 machine up from nothing.
+JOBS ?= $(shell nproc)
+BUILD ?= build
+CMAKE_FLAGS ?=
+
+DEMO_CONFIG := $(CURDIR)/examples/tessbus-demo.conf
+DEMO_PROJECT := $(CURDIR)/examples/demo.vtlprj
+
+.PHONY: all deps build run test test-asan test-tsan bench format clean
+
+all: build
+
+deps:
+	@bash scripts/install-deps.sh
+
+$(BUILD)/CMakeCache.txt:
+	cmake -S . -B $(BUILD) $(CMAKE_FLAGS)
+
+build: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS)
+
+# Starts Vistrel on the simulated demo bus of the driver.
+run: build
+	cd examples && TESSBUS_CONFIG=$(DEMO_CONFIG) $(CURDIR)/$(BUILD)/bin/vistrel $(wildcard $(DEMO_PROJECT))
+
+test: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+# The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer.
+test-asan:
+	@$(MAKE) --no-print-directory test BUILD=build-asan \
+		CMAKE_FLAGS="-DVISTREL_SANITIZE=address,undefined -DVISTREL_BUILD_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug"
+
+# The tests where threads meet, under ThreadSanitizer.
+test-tsan: deps
+	cmake -S . -B build-tsan -DVISTREL_SANITIZE=thread -DVISTREL_BUILD_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug
+	cmake --build build-tsan -j $(JOBS)
+	cd build-tsan && ctest --output-on-failure -j $(JOBS) -L threads
+
+bench: build
+	cmake --build $(BUILD) --target bench
+
+format:
+	clang-format -i $$(git ls-files '*.cpp' '*.h' '*.c')
+
+clean:
+	rm -rf build build-asan build-tsan
