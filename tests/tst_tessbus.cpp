@@ -1,0 +1,1000 @@
+// The driver library on virtual nets: opening, filters, queues, blocking
+// reads, overflow, timestamps, status, baud values, failure injection and
+// the configuration file.
+#include "tessbus.h"
+#include "tessbus_test.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTemporaryFile>
+#include <QtTest>
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <thread>
+#include <vector>
+
+Q_DECLARE_METATYPE(std::vector<uint32_t>)
+
+namespace {
+
+constexpr uint32_t k29 = TESS_ID_29BIT;
+
+// Runs `call` with stderr going into a file and returns what was written.
+QByteArray captureStderr(const std::function<void()>& call)
+{
+    QTemporaryFile file;
+    if (!file.open())
+        return "cannot capture";
+    std::fflush(stderr);
+    const int saved = dup(STDERR_FILENO);
+    dup2(file.handle(), STDERR_FILENO);
+    call();
+    std::fflush(stderr);
+    dup2(saved, STDERR_FILENO);
+    ::close(saved);
+    file.seek(0);
+    return file.readAll();
+}
+
+TessFrame frame(uint32_t id, std::initializer_list<uint8_t> data, uint8_t flags = 0)
+{
+    TessFrame f{};
+    f.id = id;
+    f.len = static_cast<uint8_t>(data.size()) | flags;
+    std::copy(data.begin(), data.end(), f.data);
+    return f;
+}
+
+// Opens a handle for capture: large queue, reads end after `timeoutMs`.
+int openHandle(int net, int rxQueue = 2047, int timeoutMs = 100)
+{
+    int handle = -1;
+    if (tessOpen(net, 0, 1, rxQueue, 0, timeoutMs, &handle) != 0)
+        return -1;
+    return handle;
+}
+
+// Reads until the queue stays empty for one rx timeout.
+std::vector<TessFrameT> drain(int handle)
+{
+    std::vector<TessFrameT> all;
+    TessFrameT buffer[64];
+    for (;;) {
+        int count = 64;
+        if (tessReadT(handle, buffer, &count, nullptr) != 0)
+            return all;
+        all.insert(all.end(), buffer, buffer + count);
+    }
+}
+
+std::vector<uint32_t> idsOf(const std::vector<TessFrameT>& frames)
+{
+    std::vector<uint32_t> ids;
+    for (const TessFrameT& f : frames)
+        ids.push_back(f.id);
+    return ids;
+}
+
+uint64_t ioctlValue(int handle, int code, int* result)
+{
+    uint64_t value = 0;
+    *result = tessIoctl(handle, code, &value);
+    return value;
+}
+
+} // namespace
+
+class TestTessbus : public QObject
+{
+    Q_OBJECT
+
+private:
+    // Writes the configuration into the test's folder and reloads the driver.
+    QByteArray configure(const QByteArray& text)
+    {
+        const QString path = configDir_->filePath("tessbus.conf");
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly))
+            return "cannot write";
+        file.write(text);
+        file.close();
+        qputenv("TESSBUS_CONFIG", QFile::encodeName(path));
+        return captureStderr([] { tessTestReload(); });
+    }
+
+    QString configPath() const { return configDir_->filePath("tessbus.conf"); }
+
+    std::unique_ptr<QTemporaryDir> configDir_;
+
+private slots:
+    void init()
+    {
+        configDir_ = std::make_unique<QTemporaryDir>();
+        QVERIFY(configDir_->isValid());
+    }
+
+    void cleanupTestCase()
+    {
+        // Leaves no thread of the driver running at exit.
+        configure("");
+    }
+
+    void recordLayout_data()
+    {
+        QTest::addColumn<size_t>("actual");
+        QTest::addColumn<size_t>("expected");
+        QTest::newRow("TessFrame size") << sizeof(TessFrame) << size_t(16);
+        QTest::newRow("TessFrame.len") << offsetof(TessFrame, len) << size_t(4);
+        QTest::newRow("TessFrame.lost") << offsetof(TessFrame, lost) << size_t(5);
+        QTest::newRow("TessFrame.data") << offsetof(TessFrame, data) << size_t(8);
+        QTest::newRow("TessFrameT size") << sizeof(TessFrameT) << size_t(24);
+        QTest::newRow("TessFrameT.lost") << offsetof(TessFrameT, lost) << size_t(5);
+        QTest::newRow("TessFrameT.data") << offsetof(TessFrameT, data) << size_t(8);
+        QTest::newRow("TessFrameT.timestamp") << offsetof(TessFrameT, timestamp) << size_t(16);
+        QTest::newRow("TessStatus size") << sizeof(TessStatus) << size_t(28);
+        QTest::newRow("TessStatus.boardStatus") << offsetof(TessStatus, boardStatus) << size_t(8);
+        QTest::newRow("TessStatus.boardName") << offsetof(TessStatus, boardName) << size_t(12);
+        QTest::newRow("TessStatus.features") << offsetof(TessStatus, features) << size_t(26);
+    }
+
+    void recordLayout()
+    {
+        QFETCH(size_t, actual);
+        QFETCH(size_t, expected);
+        QCOMPARE(actual, expected);
+    }
+
+    void openFails_data()
+    {
+        QTest::addColumn<int>("net");
+        QTest::addColumn<int>("rxQueue");
+        QTest::addColumn<int>("rxTimeout");
+        QTest::newRow("net not configured") << 1 << 10 << 0;
+        QTest::newRow("net -1") << -1 << 10 << 0;
+        QTest::newRow("net 256") << 256 << 10 << 0;
+        QTest::newRow("net 100000") << 100000 << 10 << 0;
+        QTest::newRow("rx queue 0") << 0 << 0 << 0;
+        QTest::newRow("rx queue negative") << 0 << -5 << 0;
+        QTest::newRow("rx timeout negative") << 0 << 10 << -1;
+    }
+
+    void openFails()
+    {
+        QFETCH(int, net);
+        QFETCH(int, rxQueue);
+        QFETCH(int, rxTimeout);
+        configure("net 0 virtual\n");
+        int handle = 12345;
+        QVERIFY(tessOpen(net, 0, 1, rxQueue, 0, rxTimeout, &handle) != 0);
+        QCOMPARE(handle, -1);
+        QCOMPARE(tessTestOpenHandles(0), 0);
+    }
+
+    void badArgumentsFailCleanly()
+    {
+        configure("net 0 virtual\n");
+        const int h = openHandle(0);
+        QVERIFY(h > 0);
+        TessStatus status;
+        TessFrame frames[4];
+        TessFrameT framesT[4];
+        uint64_t value;
+        int count = 4;
+        QVERIFY(tessOpen(0, 0, 1, 1, 0, 0, nullptr) != 0);
+        QVERIFY(tessClose(-1) != 0);
+        QVERIFY(tessClose(0) != 0);
+        QVERIFY(tessClose(h + 1000) != 0);
+        QVERIFY(tessStatus(-1, &status) != 0);
+        QVERIFY(tessStatus(h, nullptr) != 0);
+        QVERIFY(tessIoctl(-1, TESS_IOCTL_GET_TIMESTAMP, &value) != 0);
+        QVERIFY(tessIoctl(h, TESS_IOCTL_GET_TIMESTAMP, nullptr) != 0);
+        QVERIFY(tessSetBaudrate(-1, 0) != 0);
+        QVERIFY(tessIdAdd(-1, 0x100) != 0);
+        QVERIFY(tessRead(-1, frames, &count, nullptr) != 0);
+        QCOMPARE(count, 0);
+        count = 4;
+        QVERIFY(tessRead(h, nullptr, &count, nullptr) != 0);
+        QVERIFY(tessRead(h, frames, nullptr, nullptr) != 0);
+        QVERIFY(tessReadT(h, nullptr, &count, nullptr) != 0);
+        for (int bad : {0, -1, INT_MIN}) {
+            count = bad;
+            QVERIFY(tessRead(h, frames, &count, nullptr) != 0);
+            count = bad;
+            QVERIFY(tessReadT(h, framesT, &count, nullptr) != 0);
+        }
+        QVERIFY(tessTestInject(0, nullptr, 1) != 0);
+        QVERIFY(tessTestInject(0, frames, 0) != 0);
+        QVERIFY(tessTestInject(7, frames, 1) != 0);
+        QVERIFY(tessTestHandleBaud(h, nullptr) != 0);
+        QCOMPARE(tessTestOpenHandles(7), -1);
+        QCOMPARE(tessTestOpenHandles(-3), -1);
+        QCOMPARE(tessClose(h), 0);
+    }
+
+    void filters_data()
+    {
+        QTest::addColumn<std::vector<uint32_t>>("added");
+        QTest::addColumn<std::vector<uint32_t>>("expected");
+        // Injected on every row, in this order.
+        const std::vector<uint32_t> none;
+        QTest::newRow("nothing before the first id") << none << none;
+        QTest::newRow("11-bit 0x123 only") << std::vector<uint32_t>{0x123} << std::vector<uint32_t>{0x123};
+        QTest::newRow("29-bit 0x123 only")
+            << std::vector<uint32_t>{0x123 | k29} << std::vector<uint32_t>{0x123 | k29};
+        QTest::newRow("both 0x123") << std::vector<uint32_t>{0x123 | k29, 0x123}
+                                    << std::vector<uint32_t>{0x123, 0x123 | k29};
+        QTest::newRow("several ids add up") << std::vector<uint32_t>{0x7FF, 0x18FEF100 | k29, 0x000}
+                                            << std::vector<uint32_t>{0x000, 0x7FF, 0x18FEF100 | k29};
+        QTest::newRow("largest 29-bit id")
+            << std::vector<uint32_t>{0x1FFFFFFF | k29} << std::vector<uint32_t>{0x1FFFFFFF | k29};
+        QTest::newRow("id added twice")
+            << std::vector<uint32_t>{0x124, 0x124} << std::vector<uint32_t>{0x124};
+    }
+
+    void filters()
+    {
+        QFETCH(std::vector<uint32_t>, added);
+        QFETCH(std::vector<uint32_t>, expected);
+        configure("net 0 virtual\n");
+        const int h = openHandle(0, 100, 50);
+        for (uint32_t id : added)
+            QCOMPARE(tessIdAdd(h, static_cast<int32_t>(id)), 0);
+        const TessFrame frames[] = {frame(0x000, {0}),
+                                    frame(0x123, {1}),
+                                    frame(0x123 | k29, {2}),
+                                    frame(0x124, {3}),
+                                    frame(0x7FF, {4}),
+                                    frame(0x18FEF100 | k29, {5}),
+                                    frame(0x1FFFFFFF | k29, {6}),
+                                    frame(0x18FEF101 | k29, {7})};
+        QCOMPARE(tessTestInject(0, frames, 8), 0);
+        QCOMPARE(idsOf(drain(h)), expected);
+    }
+
+    void idAddRejectsInvalidIds_data()
+    {
+        QTest::addColumn<qint64>("id");
+        QTest::addColumn<bool>("accepted");
+        QTest::newRow("0x7FF") << qint64(0x7FF) << true;
+        QTest::newRow("0x800 without 29-bit flag") << qint64(0x800) << false;
+        QTest::newRow("negative") << qint64(-1) << false;
+        QTest::newRow("0x1FFFFFFF flagged") << qint64(0x3FFFFFFF) << true;
+        QTest::newRow("bit 30 set") << qint64(0x40000123) << false;
+        QTest::newRow("RTR-like flag bit") << qint64(0x80000123) << false;
+    }
+
+    void idAddRejectsInvalidIds()
+    {
+        QFETCH(qint64, id);
+        QFETCH(bool, accepted);
+        configure("net 0 virtual\n");
+        const int h = openHandle(0);
+        QCOMPARE(tessIdAdd(h, static_cast<int32_t>(static_cast<uint32_t>(id))) == 0, accepted);
+    }
+
+    void twentyNineBitNeedsTheFeature()
+    {
+        configure("net 0 virtual features=Fc,Ts\nnet 1 virtual features=2b\n");
+        const int h0 = openHandle(0);
+        QVERIFY(tessIdAdd(h0, static_cast<int32_t>(0x123 | k29)) != 0);
+        QCOMPARE(tessIdAdd(h0, 0x123), 0);
+        const int h1 = openHandle(1);
+        QCOMPARE(tessIdAdd(h1, static_cast<int32_t>(0x123 | k29)), 0);
+    }
+
+    void twoHandlesWithDifferentIds()
+    {
+        configure("net 0 virtual\n");
+        const int a = openHandle(0);
+        const int b = openHandle(0);
+        QVERIFY(a != b);
+        QCOMPARE(tessTestOpenHandles(0), 2);
+        QCOMPARE(tessIdAdd(a, 0x100), 0);
+        QCOMPARE(tessIdAdd(b, static_cast<int32_t>(0x200 | k29)), 0);
+        const TessFrame frames[] = {frame(0x100, {1}), frame(0x200 | k29, {2}), frame(0x200, {3}),
+                                    frame(0x100, {4})};
+        QCOMPARE(tessTestInject(0, frames, 4), 0);
+        const auto fromA = drain(a);
+        const auto fromB = drain(b);
+        QCOMPARE(idsOf(fromA), (std::vector<uint32_t>{0x100, 0x100}));
+        QCOMPARE(int(fromA[0].data[0]), 1);
+        QCOMPARE(int(fromA[1].data[0]), 4);
+        QCOMPARE(idsOf(fromB), (std::vector<uint32_t>{0x200 | k29}));
+        QCOMPARE(int(fromB[0].data[0]), 2);
+    }
+
+    void everyHandleGetsEveryFrameOfItsId()
+    {
+        configure("net 0 virtual\n");
+        const int a = openHandle(0);
+        const int b = openHandle(0);
+        tessIdAdd(a, 0x321);
+        tessIdAdd(b, 0x321);
+        std::vector<TessFrame> sent;
+        for (uint8_t i = 0; i < 5; ++i)
+            sent.push_back(frame(0x321, {i, uint8_t(i * 3), 0xAA, 0x55, 1, 2, 3, uint8_t(255 - i)}));
+        QCOMPARE(tessTestInject(0, sent.data(), 5), 0);
+        for (int h : {a, b}) {
+            TessFrame got[8];
+            int count = 8;
+            QCOMPARE(tessRead(h, got, &count, nullptr), 0);
+            QCOMPARE(count, 5);
+            for (int i = 0; i < 5; ++i) {
+                QCOMPARE(got[i].id, sent[i].id);
+                QCOMPARE(got[i].len, uint8_t(8));
+                QCOMPARE(got[i].lost, uint8_t(0));
+                QCOMPARE(QByteArray(reinterpret_cast<const char*>(got[i].data), 8),
+                         QByteArray(reinterpret_cast<const char*>(sent[i].data), 8));
+            }
+        }
+    }
+
+    void readFillsAtMostCount()
+    {
+        configure("net 0 virtual\n");
+        const int h = openHandle(0);
+        tessIdAdd(h, 0x10);
+        std::vector<TessFrame> sent;
+        for (uint8_t i = 0; i < 10; ++i)
+            sent.push_back(frame(0x10, {i}));
+        tessTestInject(0, sent.data(), 10);
+        TessFrame got[10];
+        std::memset(got, 0xEE, sizeof(got));
+        int count = 3;
+        QCOMPARE(tessRead(h, got, &count, nullptr), 0);
+        QCOMPARE(count, 3);
+        QCOMPARE(int(got[2].data[0]), 2);
+        QCOMPARE(int(got[3].data[0]), 0xEE); // untouched behind the count
+        count = 10;
+        QCOMPARE(tessRead(h, got, &count, nullptr), 0);
+        QCOMPARE(count, 7);
+        QCOMPARE(int(got[0].data[0]), 3);
+    }
+
+    void closeReleasesBlockedRead()
+    {
+        configure("net 0 virtual\n");
+        const int h = openHandle(0, 2047, 0); // waits without limit
+        QCOMPARE(tessIdAdd(h, 0x100), 0);
+        std::atomic<bool> done{false};
+        std::atomic<int> result{0};
+        std::atomic<int> count{-1};
+        std::thread reader([&] {
+            TessFrameT frames[2047];
+            int n = 2047;
+            result = tessReadT(h, frames, &n, nullptr);
+            count = n;
+            done = true;
+        });
+        QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+        QVERIFY(!done);
+        QCOMPARE(tessClose(h), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(done.load(), 2000);
+        reader.join();
+        QVERIFY(result != 0);
+        QCOMPARE(count.load(), 0);
+        QCOMPARE(tessTestOpenHandles(0), 0);
+    }
+
+    void blockedReadGetsInjectedFrames()
+    {
+        configure("net 0 virtual\n");
+        const int h = openHandle(0, 2047, 0);
+        tessIdAdd(h, 0x55);
+        std::atomic<int> count{-1};
+        std::thread reader([&] {
+            TessFrame frames[16];
+            int n = 16;
+            if (tessRead(h, frames, &n, nullptr) == 0)
+                count = n;
+        });
+        QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+        const TessFrame frames[] = {frame(0x55, {1}), frame(0x55, {2})};
+        QCOMPARE(tessTestInject(0, frames, 2), 0);
+        reader.join();
+        QCOMPARE(count.load(), 2);
+        tessClose(h);
+    }
+
+    void waitForReadersTimesOut()
+    {
+        configure("net 0 virtual\n");
+        QCOMPARE(tessTestWaitForReaders(0, 1, 20), TESS_ERR_TIMEOUT);
+        QVERIFY(tessTestWaitForReaders(5, 1, 20) != 0);
+    }
+
+    void closedHandleFailsAndNumbersAreNotReused()
+    {
+        configure("net 0 virtual\n");
+        const int first = openHandle(0);
+        QCOMPARE(tessClose(first), 0);
+        TessFrame frames[4];
+        int count = 4;
+        QVERIFY(tessRead(first, frames, &count, nullptr) != 0);
+        QVERIFY(tessClose(first) != 0);
+        TessStatus status;
+        QVERIFY(tessStatus(first, &status) != 0);
+        const int second = openHandle(0);
+        QVERIFY(second != first);
+        QVERIFY(tessStatus(first, &status) != 0);
+        QCOMPARE(tessStatus(second, &status), 0);
+        // Not after a reload either.
+        configure("net 0 virtual\n");
+        QVERIFY(tessStatus(second, &status) != 0);
+        const int third = openHandle(0);
+        QVERIFY(third != first && third != second);
+    }
+
+    void reloadReleasesBlockedReads()
+    {
+        configure("net 0 virtual\nnet 1 virtual demo\n");
+        std::vector<int> handles = {openHandle(0, 10, 0), openHandle(0, 10, 0), openHandle(1, 10, 0)};
+        std::atomic<int> finished{0};
+        std::vector<std::thread> readers;
+        for (int h : handles) {
+            tessIdAdd(h, 0x7FE); // the demo bus never sends it
+            readers.emplace_back([h, &finished] {
+                TessFrame frames[10];
+                int n = 10;
+                if (tessRead(h, frames, &n, nullptr) != 0)
+                    ++finished;
+            });
+        }
+        QCOMPARE(tessTestWaitForReaders(0, 2, 5000), 0);
+        QCOMPARE(tessTestWaitForReaders(1, 1, 5000), 0);
+        configure("net 0 virtual\n");
+        QTRY_COMPARE_WITH_TIMEOUT(finished.load(), 3, 2000);
+        for (auto& r : readers)
+            r.join();
+        QCOMPARE(tessTestOpenHandles(0), 0);
+        QCOMPARE(tessTestOpenHandles(1), -1);
+    }
+
+    void overflow_data()
+    {
+        QTest::addColumn<int>("rxQueue");
+        QTest::addColumn<int>("injected");
+        QTest::addColumn<int>("expectedLost");
+        QTest::newRow("fits exactly") << 4 << 4 << 0;
+        QTest::newRow("six too many") << 4 << 10 << 6;
+        QTest::newRow("queue of one") << 1 << 3 << 2;
+        QTest::newRow("lost count saturates") << 2 << 400 << 255;
+    }
+
+    void overflow()
+    {
+        QFETCH(int, rxQueue);
+        QFETCH(int, injected);
+        QFETCH(int, expectedLost);
+        configure("net 0 virtual\n");
+        const int small = openHandle(0, rxQueue);
+        const int large = openHandle(0, 1000);
+        tessIdAdd(small, 0x42);
+        tessIdAdd(large, 0x42);
+        for (int i = 0; i < injected; ++i) {
+            const TessFrame f = frame(0x42, {uint8_t(i), uint8_t(i >> 8)});
+            QCOMPARE(tessTestInject(0, &f, 1), 0);
+        }
+        // The newest frames stay; the first of them carries the count.
+        TessFrame got[1000];
+        int count = 1000;
+        QCOMPARE(tessRead(small, got, &count, nullptr), 0);
+        QCOMPARE(count, std::min(rxQueue, injected));
+        QCOMPARE(int(got[0].lost), expectedLost);
+        for (int i = 0; i < count; ++i) {
+            const int sequence = injected - count + i;
+            QCOMPARE(int(got[i].data[0]) | int(got[i].data[1]) << 8, sequence);
+            if (i > 0)
+                QCOMPARE(int(got[i].lost), 0);
+        }
+        // The count is reported once.
+        const TessFrame next = frame(0x42, {0xFF});
+        tessTestInject(0, &next, 1);
+        count = 1000;
+        QCOMPARE(tessRead(small, got, &count, nullptr), 0);
+        QCOMPARE(count, 1);
+        QCOMPARE(int(got[0].lost), 0);
+        // The other handle on the net lost nothing.
+        count = 1000;
+        QCOMPARE(tessRead(large, got, &count, nullptr), 0);
+        QCOMPARE(count, injected + 1);
+        for (int i = 0; i < count; ++i)
+            QCOMPARE(int(got[i].lost), 0);
+    }
+
+    void rxTimeout()
+    {
+        configure("net 0 virtual\n");
+        const int h = openHandle(0, 10, 60);
+        tessIdAdd(h, 0x1);
+        TessFrame frames[4];
+        int count = 4;
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(tessRead(h, frames, &count, nullptr), TESS_ERR_TIMEOUT);
+        QVERIFY(timer.elapsed() >= 50);
+        QCOMPARE(count, 0);
+        // A handle without ids times out as well.
+        const int idle = openHandle(0, 10, 20);
+        count = 4;
+        QCOMPARE(tessRead(idle, frames, &count, nullptr), TESS_ERR_TIMEOUT);
+    }
+
+    void timestampsFollowTheCounter_data()
+    {
+        QTest::addColumn<quint64>("frequency");
+        QTest::newRow("1 MHz (default)") << quint64(0);
+        QTest::newRow("100 kHz") << quint64(100000);
+        QTest::newRow("1 GHz") << quint64(1000000000);
+    }
+
+    void timestampsFollowTheCounter()
+    {
+        QFETCH(quint64, frequency);
+        configure(frequency ? "net 0 virtual tsfreq=" + QByteArray::number(frequency) + "\n"
+                            : "net 0 virtual\n");
+        const quint64 expectedFrequency = frequency ? frequency : 1000000;
+        const int h = openHandle(0);
+        tessIdAdd(h, 0x10);
+        int result;
+        QCOMPARE(ioctlValue(h, TESS_IOCTL_GET_TIMESTAMP_FREQ, &result), expectedFrequency);
+        QCOMPARE(result, 0);
+
+        QElapsedTimer timer;
+        timer.start();
+        const uint64_t before = ioctlValue(h, TESS_IOCTL_GET_TIMESTAMP, &result);
+        QCOMPARE(result, 0);
+        const TessFrame f = frame(0x10, {1});
+        tessTestInject(0, &f, 1);
+        // The counter moves on with time at its frequency.
+        QTRY_VERIFY(ioctlValue(h, TESS_IOCTL_GET_TIMESTAMP, &result) > before + expectedFrequency / 50);
+        tessTestInject(0, &f, 1);
+        const uint64_t after = ioctlValue(h, TESS_IOCTL_GET_TIMESTAMP, &result);
+        const double elapsed = timer.nsecsElapsed() / 1e9;
+        const double counted = double(after - before) / double(expectedFrequency);
+        QVERIFY2(counted > 0.015 && counted <= elapsed + 0.001,
+                 qPrintable(QString("counter %1 s, clock %2 s").arg(counted).arg(elapsed)));
+
+        TessFrameT got[2];
+        int count = 2;
+        QCOMPARE(tessReadT(h, got, &count, nullptr), 0);
+        QCOMPARE(count, 2);
+        QVERIFY(before <= got[0].timestamp);
+        QVERIFY(got[0].timestamp + expectedFrequency / 50 < got[1].timestamp);
+        QVERIFY(got[1].timestamp <= after);
+    }
+
+    void givenAndPinnedTimestamps()
+    {
+        configure("net 0 virtual\n");
+        const int h = openHandle(0);
+        tessIdAdd(h, 0x10);
+        TessFrameT given[2] = {};
+        given[0].id = given[1].id = 0x10;
+        given[0].timestamp = 1000;
+        given[1].timestamp = 5000;
+        QCOMPARE(tessTestInjectT(0, given, 2), 0);
+        QCOMPARE(tessTestSetTimestamp(0, 777777), 0);
+        int result;
+        QCOMPARE(ioctlValue(h, TESS_IOCTL_GET_TIMESTAMP, &result), quint64(777777));
+        QTest::qWait(5);
+        QCOMPARE(ioctlValue(h, TESS_IOCTL_GET_TIMESTAMP, &result), quint64(777777));
+        const TessFrame f = frame(0x10, {});
+        tessTestInject(0, &f, 1);
+        TessFrameT got[3];
+        int count = 3;
+        QCOMPARE(tessReadT(h, got, &count, nullptr), 0);
+        QCOMPARE(count, 3);
+        QCOMPARE(got[0].timestamp, quint64(1000));
+        QCOMPARE(got[1].timestamp, quint64(5000));
+        QCOMPARE(got[2].timestamp, quint64(777777));
+        // Released, the counter runs on from the pinned value.
+        QCOMPARE(tessTestSetTimestamp(0, TESS_TEST_UNPIN), 0);
+        QTRY_VERIFY(ioctlValue(h, TESS_IOCTL_GET_TIMESTAMP, &result) > 777777);
+        QVERIFY(ioctlValue(h, TESS_IOCTL_GET_TIMESTAMP, &result) < 777777 + 60 * 1000000ull);
+    }
+
+    void status_data()
+    {
+        QTest::addColumn<QByteArray>("config");
+        QTest::addColumn<QByteArray>("boardName");
+        QTest::addColumn<int>("features");
+        QTest::addColumn<int>("hardwareVersion");
+        QTest::addColumn<quint64>("frequency"); // 0: the ioctls fail
+        QTest::newRow("plain") << QByteArray("net 0 virtual") << QByteArray("VIRTUAL_CAN") << 0x23 << 0x0100
+                               << quint64(1000000);
+        QTest::newRow("demo") << QByteArray("net 0 virtual demo") << QByteArray("DEMO_CAN") << 0x23 << 0x0100
+                              << quint64(1000000);
+        QTest::newRow("named, no 29-bit") << QByteArray("net 0 virtual demo name=BENCH_CAN features=Fc,Ts")
+                                          << QByteArray("BENCH_CAN") << 0x21 << 0x0100 << quint64(1000000);
+        QTest::newRow("no timestamps") << QByteArray("net 0 virtual features=Fc,2b")
+                                       << QByteArray("VIRTUAL_CAN") << 0x03 << 0x0100 << quint64(0);
+        QTest::newRow("features as number") << QByteArray("net 0 virtual features=0x01")
+                                            << QByteArray("VIRTUAL_CAN") << 0x01 << 0x0100 << quint64(0);
+        QTest::newRow("all options") << QByteArray(
+                                            "net 0 virtual features=Fc,2b,Ts,Lo,Sd tsfreq=100000 hw=0x0203")
+                                     << QByteArray("VIRTUAL_CAN") << 0xE3 << 0x0203 << quint64(100000);
+        QTest::newRow("long name cut to 13")
+            << QByteArray("net 0 virtual name=ABCDEFGHIJKLMNOPQ") << QByteArray("ABCDEFGHIJKLM") << 0x23
+            << 0x0100 << quint64(1000000);
+        QTest::newRow("replay") << QByteArray("net 0 replay " VISTREL_TEST_DATA_DIR "/replay-small.log")
+                                << QByteArray("REPLAY_CAN") << 0x23 << 0x0100 << quint64(1000000);
+    }
+
+    void status()
+    {
+        QFETCH(QByteArray, config);
+        QFETCH(QByteArray, boardName);
+        QFETCH(int, features);
+        QFETCH(int, hardwareVersion);
+        QFETCH(quint64, frequency);
+        QCOMPARE(configure(config + "\n"), QByteArray());
+        int info = -1;
+        QCOMPARE(tessOpen(0, 0, 1, 1, 2000, 2000, &info), 0);
+        TessStatus status;
+        std::memset(&status, 0x5A, sizeof(status));
+        QCOMPARE(tessStatus(info, &status), 0);
+        QCOMPARE(QByteArray(status.boardName), boardName);
+        for (int i = boardName.size(); i < TESS_BOARD_NAME_SIZE; ++i)
+            QCOMPARE(int(status.boardName[i]), 0);
+        QCOMPARE(int(status.features), features);
+        QCOMPARE(int(status.hardwareVersion), hardwareVersion);
+        QCOMPARE(status.boardStatus, 0u);
+        int result;
+        const uint64_t f = ioctlValue(info, TESS_IOCTL_GET_TIMESTAMP_FREQ, &result);
+        QCOMPARE(result == 0, frequency != 0);
+        if (frequency)
+            QCOMPARE(f, frequency);
+        ioctlValue(info, TESS_IOCTL_GET_TIMESTAMP, &result);
+        QCOMPARE(result == 0, frequency != 0);
+        for (int code : {0, 6, 9, -1, 1000}) {
+            ioctlValue(info, code, &result);
+            QVERIFY(result != 0);
+        }
+    }
+
+    void exampleConfiguration()
+    {
+        qputenv("TESSBUS_CONFIG", VISTREL_SOURCE_DIR "/examples/tessbus-demo.conf");
+        QCOMPARE(captureStderr([] { tessTestReload(); }), QByteArray());
+        const struct
+        {
+            int net;
+            const char* name;
+            int features;
+        } expected[] = {{0, "DEMO_CAN", 0x23}, {1, "BENCH_CAN", 0x21}};
+        for (const auto& e : expected) {
+            int info;
+            TessStatus status;
+            QCOMPARE(tessOpen(e.net, 0, 1, 1, 2000, 2000, &info), 0);
+            QCOMPARE(tessStatus(info, &status), 0);
+            QCOMPARE(QByteArray(status.boardName), QByteArray(e.name));
+            QCOMPARE(int(status.features), e.features);
+        }
+        QCOMPARE(tessTestOpenHandles(2), -1);
+    }
+
+    void baud_data()
+    {
+        QTest::addColumn<quint32>("baud");
+        QTest::addColumn<bool>("accepted");
+        for (quint32 i = 0; i < 14; ++i)
+            QTest::addRow("index %u", i) << i << true;
+        QTest::newRow("index 14") << quint32(14) << false;
+        QTest::newRow("index 100") << quint32(100) << false;
+        QTest::newRow("BTR 0x001C (500 kbit/s)") << quint32(TESS_BAUD_BTR | 0x001C) << true;
+        QTest::newRow("BTR 0x0014 (1 Mbit/s)") << quint32(TESS_BAUD_BTR | 0x0014) << true;
+        QTest::newRow("BTR 0x672F (10 kbit/s)") << quint32(TESS_BAUD_BTR | 0x672F) << true;
+        QTest::newRow("BTR 0xFFFF (5 kbit/s)") << quint32(TESS_BAUD_BTR | 0xFFFF) << true;
+        QTest::newRow("BTR 0x0000 (above 1 Mbit/s)") << quint32(TESS_BAUD_BTR) << false;
+        QTest::newRow("bits between flag and BTR") << quint32(TESS_BAUD_BTR | 0x10001C) << false;
+        QTest::newRow("flag bit 30") << quint32(0x40000000) << false;
+        QTest::newRow("all ones") << quint32(0xFFFFFFFF) << false;
+    }
+
+    void baud()
+    {
+        QFETCH(quint32, baud);
+        QFETCH(bool, accepted);
+        configure("net 0 virtual\n");
+        const int h = openHandle(0);
+        QCOMPARE(tessSetBaudrate(h, 3), 0);
+        QCOMPARE(tessSetBaudrate(h, baud) == 0, accepted);
+        uint32_t last = 0;
+        QCOMPARE(tessTestHandleBaud(h, &last), 0);
+        QCOMPARE(last, accepted ? baud : 3u);
+    }
+
+    void failureInjection_data()
+    {
+        QTest::addColumn<int>("op");
+        QTest::newRow("open") << TESS_TEST_FAIL_OPEN;
+        QTest::newRow("status") << TESS_TEST_FAIL_STATUS;
+        QTest::newRow("set baudrate") << TESS_TEST_FAIL_SET_BAUDRATE;
+        QTest::newRow("id add") << TESS_TEST_FAIL_ID_ADD;
+        QTest::newRow("read") << TESS_TEST_FAIL_READ;
+        QTest::newRow("ioctl") << TESS_TEST_FAIL_IOCTL;
+    }
+
+    void failureInjection()
+    {
+        QFETCH(int, op);
+        configure("net 0 virtual\nnet 1 virtual\n");
+        const int h = openHandle(0);
+        const int other = openHandle(1);
+        tessIdAdd(h, 0x10);
+        tessIdAdd(other, 0x10);
+        const TessFrame f = frame(0x10, {});
+        const auto call = [op, &f](int handle, int net) {
+            TessStatus status;
+            uint64_t value;
+            TessFrame frames[4];
+            int count = 4;
+            int opened = -1;
+            switch (op) {
+            case TESS_TEST_FAIL_OPEN: {
+                const int r = tessOpen(net, 0, 1, 1, 0, 0, &opened);
+                if (r == 0)
+                    tessClose(opened);
+                return r;
+            }
+            case TESS_TEST_FAIL_STATUS:
+                return tessStatus(handle, &status);
+            case TESS_TEST_FAIL_SET_BAUDRATE:
+                return tessSetBaudrate(handle, 2);
+            case TESS_TEST_FAIL_ID_ADD:
+                return tessIdAdd(handle, 0x10);
+            case TESS_TEST_FAIL_READ: {
+                tessTestInject(net, &f, 1);
+                return tessRead(handle, frames, &count, nullptr);
+            }
+            default:
+                return tessIoctl(handle, TESS_IOCTL_GET_TIMESTAMP, &value);
+            }
+        };
+        QCOMPARE(tessTestSetFailure(0, op, 2), 0);
+        QCOMPARE(call(h, 0), TESS_ERR_INJECTED);
+        QCOMPARE(call(other, 1), 0); // other nets are not affected
+        QCOMPARE(call(h, 0), TESS_ERR_INJECTED);
+        QCOMPARE(call(h, 0), 0);
+        QCOMPARE(tessTestSetFailure(0, op, -1), 0);
+        for (int i = 0; i < 5; ++i)
+            QCOMPARE(call(h, 0), TESS_ERR_INJECTED);
+        QCOMPARE(tessTestSetFailure(0, op, 0), 0);
+        QCOMPARE(call(h, 0), 0);
+        // A reload forgets every failure.
+        tessTestSetFailure(0, op, -1);
+        configure("net 0 virtual\n");
+        const int fresh = openHandle(0);
+        tessIdAdd(fresh, 0x10);
+        QCOMPARE(call(fresh, 0), 0);
+    }
+
+    void failureInjectionRejectsBadArguments()
+    {
+        configure("net 0 virtual\n");
+        QVERIFY(tessTestSetFailure(0, 0, 1) != 0);
+        QVERIFY(tessTestSetFailure(0, 7, 1) != 0);
+        QVERIFY(tessTestSetFailure(0, TESS_TEST_FAIL_READ, -2) != 0);
+        QVERIFY(tessTestSetFailure(3, TESS_TEST_FAIL_READ, 1) != 0);
+    }
+
+    void configurationErrors_data()
+    {
+        QTest::addColumn<QByteArray>("badLine");
+        QTest::addColumn<QByteArray>("message");
+        QTest::newRow("duplicate net") << QByteArray("net 0 virtual name=SECOND") << QByteArray("twice");
+        QTest::newRow("net 256") << QByteArray("net 256 virtual") << QByteArray("bad net number");
+        QTest::newRow("net -1") << QByteArray("net -1 virtual") << QByteArray("bad net number");
+        QTest::newRow("net not a number") << QByteArray("net x virtual") << QByteArray("bad net number");
+        QTest::newRow("net in hex") << QByteArray("net 0X5 virtual") << QByteArray("bad net number");
+        QTest::newRow("no net number") << QByteArray("net") << QByteArray("bad net number");
+        QTest::newRow("no backend") << QByteArray("net 5") << QByteArray("no backend");
+        QTest::newRow("unknown backend") << QByteArray("net 5 pcan usb1") << QByteArray("unknown backend");
+        QTest::newRow("not a net line") << QByteArray("bus 5 virtual") << QByteArray("expected 'net");
+        QTest::newRow("unknown option")
+            << QByteArray("net 5 virtual colour=red") << QByteArray("unknown option");
+        QTest::newRow("bare word") << QByteArray("net 5 virtual fast") << QByteArray("unknown option");
+        QTest::newRow("unknown feature")
+            << QByteArray("net 5 virtual features=Fc,Xy") << QByteArray("features");
+        QTest::newRow("features too large")
+            << QByteArray("net 5 virtual features=0x10000") << QByteArray("features");
+        QTest::newRow("tsfreq 0") << QByteArray("net 5 virtual tsfreq=0") << QByteArray("tsfreq");
+        QTest::newRow("tsfreq junk") << QByteArray("net 5 virtual tsfreq=1MHz") << QByteArray("tsfreq");
+        QTest::newRow("hw too large") << QByteArray("net 5 virtual hw=0x12345") << QByteArray("hw");
+        QTest::newRow("replay without file") << QByteArray("net 5 replay") << QByteArray("needs a log");
+        QTest::newRow("replay missing file")
+            << QByteArray("net 5 replay nowhere.log") << QByteArray("nowhere.log");
+        QTest::newRow("replay negative speed")
+            << QByteArray("net 5 replay " VISTREL_TEST_DATA_DIR "/replay-small.log speed=-1")
+            << QByteArray("speed");
+        QTest::newRow("replay speed junk")
+            << QByteArray("net 5 replay " VISTREL_TEST_DATA_DIR "/replay-small.log speed=fast")
+            << QByteArray("speed");
+        QTest::newRow("replay bad loop")
+            << QByteArray("net 5 replay " VISTREL_TEST_DATA_DIR "/replay-small.log loop=2")
+            << QByteArray("loop");
+        QTest::newRow("replay demo option")
+            << QByteArray("net 5 replay " VISTREL_TEST_DATA_DIR "/replay-small.log demo")
+            << QByteArray("unknown option");
+        QTest::newRow("socketcan without interface")
+            << QByteArray("net 5 socketcan") << QByteArray("interface");
+    }
+
+    void configurationErrors()
+    {
+        QFETCH(QByteArray, badLine);
+        QFETCH(QByteArray, message);
+        const QByteArray errors = configure("# nets for a test\nnet 0 virtual\n" + badLine +
+                                            "   # comment\n\nnet 1 virtual name=AFTER\n");
+        const QList<QByteArray> lines = errors.trimmed().split('\n');
+        QCOMPARE(lines.size(), 1);
+        QVERIFY2(lines[0].startsWith(QFile::encodeName(configPath()) + ":3: "), lines[0].constData());
+        QVERIFY2(lines[0].contains(message), lines[0].constData());
+        // The good lines around it still make their nets.
+        int info;
+        TessStatus status;
+        QCOMPARE(tessOpen(0, 0, 1, 1, 0, 0, &info), 0);
+        QCOMPARE(tessStatus(info, &status), 0);
+        QCOMPARE(QByteArray(status.boardName), QByteArray("VIRTUAL_CAN"));
+        QCOMPARE(tessOpen(1, 0, 1, 1, 0, 0, &info), 0);
+        QCOMPARE(tessStatus(info, &status), 0);
+        QCOMPARE(QByteArray(status.boardName), QByteArray("AFTER"));
+        QCOMPARE(tessTestOpenHandles(5), -1);
+        QCOMPARE(tessTestOpenHandles(256), -1);
+    }
+
+    void missingConfiguration_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("missing file") << QString("does-not-exist.conf");
+        QTest::newRow("a directory") << QString("sub");
+    }
+
+    void missingConfiguration()
+    {
+        QFETCH(QString, name);
+        QVERIFY(QDir(configDir_->path()).mkpath("sub"));
+        const QString path = configDir_->filePath(name);
+        qputenv("TESSBUS_CONFIG", QFile::encodeName(path));
+        const QByteArray errors = captureStderr([] { tessTestReload(); });
+        QCOMPARE(errors.count('\n'), 1);
+        QVERIFY(errors.contains(QFile::encodeName(path)));
+        for (int net = 0; net < TESS_MAX_NETS; ++net)
+            QCOMPARE(tessTestOpenHandles(net), -1);
+        int handle;
+        QVERIFY(tessOpen(0, 0, 1, 1, 0, 0, &handle) != 0);
+    }
+
+    void garbageConfiguration()
+    {
+        QByteArray garbage;
+        quint32 seed = 12345;
+        for (int i = 0; i < 20000; ++i) {
+            seed = seed * 1103515245 + 12345;
+            const char c = static_cast<char>(seed >> 16);
+            garbage += (seed >> 8) % 40 == 0 ? '\n' : c;
+        }
+        garbage += "\nnet net net 1 2 3 ===\nnet 3 virtual name= features=\nnet 4 virtual name=" +
+                   QByteArray(5000, 'x') + "\nnet 0 virtual name=SURVIVOR\n";
+        const QByteArray errors = configure(garbage);
+        QVERIFY(!errors.isEmpty());
+        int info;
+        TessStatus status;
+        QCOMPARE(tessOpen(0, 0, 1, 1, 0, 0, &info), 0);
+        QCOMPARE(tessStatus(info, &status), 0);
+        QCOMPARE(QByteArray(status.boardName), QByteArray("SURVIVOR"));
+        // Empty values are allowed: no name, no features.
+        QCOMPARE(tessOpen(3, 0, 1, 1, 0, 0, &info), 0);
+        QCOMPARE(tessStatus(info, &status), 0);
+        QCOMPARE(QByteArray(status.boardName), QByteArray());
+        QCOMPARE(int(status.features), 0);
+        QCOMPARE(tessOpen(4, 0, 1, 1, 0, 0, &info), 0);
+        QCOMPARE(tessStatus(info, &status), 0);
+        QCOMPARE(QByteArray(status.boardName), QByteArray(13, 'x'));
+    }
+
+    void configurationFromXdgConfigHome()
+    {
+        const QByteArray savedConfig = qgetenv("TESSBUS_CONFIG");
+        const QByteArray savedXdg = qgetenv("XDG_CONFIG_HOME");
+        QFile file(configDir_->filePath("tessbus.conf"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("net 9 virtual name=XDG\n");
+        file.close();
+        qunsetenv("TESSBUS_CONFIG");
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(configDir_->path()));
+        tessTestReload();
+        int info = -1;
+        const int opened = tessOpen(9, 0, 1, 1, 0, 0, &info);
+        TessStatus status{};
+        tessStatus(info, &status);
+        qputenv("TESSBUS_CONFIG", savedConfig);
+        qputenv("XDG_CONFIG_HOME", savedXdg);
+        QCOMPARE(opened, 0);
+        QCOMPARE(QByteArray(status.boardName), QByteArray("XDG"));
+    }
+
+    void concurrentInjectReadAndClose()
+    {
+        configure("net 0 virtual\n");
+        constexpr int kReaders = 4;
+        constexpr int kPerInjector = 20000;
+        std::vector<int> handles;
+        for (int i = 0; i < kReaders; ++i) {
+            handles.push_back(openHandle(0, 64, 0));
+            tessIdAdd(handles.back(), 0x100);
+            tessIdAdd(handles.back(), 0x200);
+        }
+        std::atomic<bool> orderKept{true};
+        std::vector<long> accounted(kReaders, 0);
+        std::vector<char> saturated(kReaders, 0);
+        std::vector<std::thread> readers;
+        for (int r = 0; r < kReaders; ++r) {
+            readers.emplace_back([&, r] {
+                TessFrameT frames[2047];
+                uint32_t last[2] = {0, 0};
+                for (;;) {
+                    int n = 2047;
+                    if (tessReadT(handles[r], frames, &n, nullptr) != 0)
+                        return;
+                    for (int i = 0; i < n; ++i) {
+                        uint32_t seq;
+                        std::memcpy(&seq, frames[i].data, 4);
+                        const int source = frames[i].id == 0x100 ? 0 : 1;
+                        if (seq < last[source])
+                            orderKept = false;
+                        last[source] = seq;
+                        accounted[r] += 1 + frames[i].lost;
+                        if (frames[i].lost == 255)
+                            saturated[r] = 1;
+                    }
+                }
+            });
+        }
+        QCOMPARE(tessTestWaitForReaders(0, kReaders, 5000), 0);
+        std::vector<std::thread> injectors;
+        for (uint32_t id : {0x100u, 0x200u}) {
+            injectors.emplace_back([id] {
+                for (uint32_t seq = 1; seq <= kPerInjector; seq += 8) {
+                    TessFrame batch[8];
+                    for (uint32_t k = 0; k < 8; ++k) {
+                        batch[k] = TessFrame{};
+                        batch[k].id = id;
+                        batch[k].len = 4;
+                        const uint32_t value = seq + k;
+                        std::memcpy(batch[k].data, &value, 4);
+                    }
+                    tessTestInject(0, batch, 8);
+                }
+            });
+        }
+        for (auto& t : injectors)
+            t.join();
+        // Everything injected is either read or counted as lost; wait for
+        // the readers to drain, then close under them.
+        QTRY_VERIFY_WITH_TIMEOUT(tessTestWaitForReaders(0, kReaders, 0) == 0, 10000);
+        for (int h : handles)
+            QCOMPARE(tessClose(h), 0);
+        for (auto& t : readers)
+            t.join();
+        QVERIFY(orderKept.load());
+        for (int r = 0; r < kReaders; ++r) {
+            // Gaps of more than 255 frames are reported as 255.
+            if (saturated[r])
+                QVERIFY(accounted[r] < 2 * kPerInjector);
+            else
+                QCOMPARE(accounted[r], long(2 * kPerInjector));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestTessbus)
+#include "tst_tessbus.moc"
