@@ -1,0 +1,82 @@
+#include "testsupport.h"
+
+#include "tessbus_test.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+#include <QTest>
+
+namespace TestSupport {
+
+ModalHandler::ModalHandler(Handler handler, int times) : handler(std::move(handler)), remaining(times)
+{
+    timer.setInterval(5);
+    connect(&timer, &QTimer::timeout, this, &ModalHandler::poll);
+    timer.start();
+}
+
+void ModalHandler::poll()
+{
+    QWidget* modal = QApplication::activeModalWidget();
+    // A widget that was handled may still be active until its exec() returns.
+    if (!modal || modal == last || remaining == 0)
+        return;
+    last = modal;
+    --remaining;
+    ++count;
+    handler(modal);
+    if (remaining == 0)
+        timer.stop();
+}
+
+MessageBoxAnswerer::MessageBoxAnswerer(QMessageBox::StandardButton button, int times)
+    : handler(
+          [this, button](QWidget* widget) {
+              auto* box = qobject_cast<QMessageBox*>(widget);
+              if (!box) {
+                  widget->close();
+                  return;
+              }
+              boxTitles << box->windowTitle();
+              boxTexts << box->text();
+              if (QAbstractButton* pressed = box->button(button))
+                  pressed->click();
+              else
+                  box->reject();
+          },
+          times)
+{
+}
+
+namespace {
+
+QTemporaryDir& testDirectory()
+{
+    static QTemporaryDir directory;
+    return directory;
+}
+
+} // namespace
+
+QString temporaryPath(const QString& name)
+{
+    return QDir(testDirectory().path()).filePath(name);
+}
+
+void useDriverConfig(const QString& text)
+{
+    static int generation = 0;
+    const QString path = temporaryPath(QStringLiteral("tessbus-%1.conf").arg(++generation));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        qFatal("cannot write %s", qPrintable(path));
+    file.write(text.toUtf8());
+    file.close();
+    qputenv("TESSBUS_CONFIG", QFile::encodeName(path));
+    tessTestReload();
+}
+
+} // namespace TestSupport

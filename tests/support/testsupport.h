@@ -1,0 +1,63 @@
+#ifndef TESTSUPPORT_H
+#define TESTSUPPORT_H
+
+#include <QMessageBox>
+#include <QObject>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <functional>
+
+class QWidget;
+
+namespace TestSupport {
+
+// Handles the modal widgets that open while it lives: each time one is
+// active, the handler gets it (and should close it). Polls from the event
+// loop, so it also sees boxes opened by nested exec() calls.
+class ModalHandler : public QObject
+{
+public:
+    using Handler = std::function<void(QWidget*)>;
+    explicit ModalHandler(Handler handler, int times = 1);
+
+    int handled() const { return count; }
+
+private:
+    void poll();
+
+    Handler handler;
+    int remaining;
+    int count = 0;
+    QWidget* last = nullptr;
+    QTimer timer;
+};
+
+// Presses one button on the next message boxes and records what they said.
+class MessageBoxAnswerer
+{
+public:
+    explicit MessageBoxAnswerer(QMessageBox::StandardButton button, int times = 1);
+
+    int answered() const { return handler.handled(); }
+    const QStringList& titles() const { return boxTitles; }
+    const QStringList& texts() const { return boxTexts; }
+    QString lastText() const { return boxTexts.isEmpty() ? QString() : boxTexts.last(); }
+
+private:
+    QStringList boxTitles;
+    QStringList boxTexts;
+    ModalHandler handler;
+};
+
+// Gives the driver a configuration of the test's own and re-reads it. The
+// file lives in a temporary directory for the rest of the process.
+void useDriverConfig(const QString& text);
+
+// A directory of the test's own, removed when the process ends.
+QString temporaryPath(const QString& name);
+
+} // namespace TestSupport
+
+#endif // TESTSUPPORT_H
