@@ -1,0 +1,269 @@
+#include "plotcurve.h"
+
+#include "dataplot.h"
+#include "netinfo.h"
+#include "timestampedread.h"
+#include "vistrelmainwindow.h"
+#include "wallclock.h"
+
+#include <qwt_plot.h>
+#include <qwt_plot_curve.h>
+
+#include <QDebug>
+#include <QPen>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+// Software timestamps tick every 10 us.
+constexpr int64_t softwareFrequency = 100000;
+// Frames of one batch lie 40 us apart.
+constexpr uint64_t softwareBatchStep = 4;
+
+// The software timestamp of a moment in seconds of run time. A clock that
+// stands before the origin (set back, or the turn of a year, where the day of
+// the year starts again) gives 0, so that such frames sit at the start of
+// the record instead of wrapping to the far future; far too large values are
+// capped so that the conversion stays defined and the signed difference of
+// the refresh cycle stays meaningful.
+uint64_t softwareTimestamp(double runSeconds)
+{
+    const double ticks = runSeconds * static_cast<double>(softwareFrequency);
+    if (!(ticks > 0.0))
+        return 0;
+    constexpr double cap = 9.0e18; // below 2^63
+    return ticks >= cap ? static_cast<uint64_t>(cap) : static_cast<uint64_t>(ticks);
+}
+
+} // namespace
+
+PlotCurve::PlotCurve(VistrelMainWindow* mainWindow, const QColor& color, const QString& name, int net,
+                     int baud, int canId, int pos, int dataType, int mask, int byteOrder, int axis,
+                     double scale, double offset, const QString& unit, int style, bool visible,
+                     unsigned points, bool clearArrays)
+    : frameCopy(new TessFrameT[points]), xValues(new double[size_t(points) + 1]),
+      yValues(new double[size_t(points) + 1]), ring(points), scale(scale), offset(offset), maxPoints(points),
+      mainWindow(mainWindow), color(color), name(name), unit(unit), net(net), baud(baud), canId(canId),
+      bytePos(pos - 1), mask(mask), dataType(dataType), byteOrder(byteOrder), axis(axis), style(style)
+{
+    plotItem = new QwtPlotCurve(name);
+    // By name, so that an alpha channel is dropped.
+    plotItem->setPen(QPen(QColor(color.name()), mainWindow->lineWidth));
+    plotItem->setYAxis(axis != 0 ? QwtPlot::yRight : QwtPlot::yLeft);
+    // Sticks rise from the value that a raw 0 has.
+    plotItem->setBaseline(offset);
+    // The arrays run newest first: inverted steps hold each value from its
+    // own time until the next sample, as plain steps would on ascending time.
+    plotItem->setCurveAttribute(QwtPlotCurve::Inverted);
+    mainWindow->plot->setCurveStyle(this, visible, style);
+
+    if (clearArrays) {
+        std::fill_n(xValues.get(), size_t(points) + 1, 0.0);
+        std::fill_n(yValues.get(), size_t(points) + 1, 0.0);
+    }
+    plotItem->setRawSamples(xValues.get(), yValues.get(), 1);
+    plotItem->attach(mainWindow->plot);
+}
+
+PlotCurve::~PlotCurve()
+{
+    stopCapture();
+    if (plotItem) {
+        plotItem->detach();
+        delete plotItem;
+        plotItem = nullptr;
+    }
+    // Released after the arrays and the ring are gone.
+    lockForDestruction.lock();
+}
+
+ValueLayout PlotCurve::valueLayout() const
+{
+    ValueLayout layout;
+    layout.dataType = dataType;
+    layout.byteOrder = byteOrder;
+    layout.bytePos = bytePos;
+    layout.mask = mask;
+    layout.scale = scale;
+    layout.offset = offset;
+    return layout;
+}
+
+bool PlotCurve::decodeFrame(const TessFrame& frame, bool checkOnly, double* value, double* raw) const
+{
+    return decodeValue(valueLayout(), frame, checkOnly, value, raw);
+}
+
+bool PlotCurve::decodeFrame(const TessFrameT& frame, bool checkOnly, double* value, double* raw) const
+{
+    return decodeValue(valueLayout(), frame, checkOnly, value, raw);
+}
+
+void PlotCurve::appendFrames(const TessFrameT* frames, int n)
+{
+    // The same test as decodeFrame(frame, true, ...), made once per batch.
+    const FrameFit fits(valueLayout());
+    ring.appendIf(frames, n, [&fits](const TessFrameT& frame) {
+        if (frame.lost != 0)
+            qDebug("LOST: %d\n", static_cast<int>(frame.lost));
+        return fits(frame.len);
+    });
+}
+
+void PlotCurve::closeHandle()
+{
+    const int32_t open = handle.exchange(-1);
+    if (open != -1)
+        tessClose(open);
+}
+
+void PlotCurve::stopCapture()
+{
+    // Before keepRunning, so that run() can't raise it again unseen.
+    stopRequested.store(1);
+    if (isRunning()) {
+        keepRunning.store(0);
+        closeHandle();
+        wait();
+    }
+    // A thread that ended on its own, or that opened its handle after the
+    // close above, leaves it open.
+    closeHandle();
+    // Pairs with the store at the end of run(): everything the thread did
+    // happens before what follows.
+    runReturned.load(std::memory_order_acquire);
+}
+
+int PlotCurve::pointCount() const
+{
+    return plotItem ? static_cast<int>(plotItem->dataSize()) : 0;
+}
+
+void PlotCurve::setColor(const QColor& newColor)
+{
+    if (plotItem)
+        plotItem->setPen(QPen(newColor, mainWindow->lineWidth));
+}
+
+void PlotCurve::setCurveAxis(int newAxis)
+{
+    if (plotItem && plotItem->yAxis() != newAxis)
+        plotItem->setYAxis(newAxis != 0 ? QwtPlot::yRight : QwtPlot::yLeft);
+}
+
+void PlotCurve::setCurveTitle(const QString& title)
+{
+    if (plotItem)
+        plotItem->setTitle(title);
+}
+
+void PlotCurve::setAntialiased(bool on)
+{
+    if (!plotItem)
+        return;
+    plotItem->setPaintAttribute(QwtPlotCurve::ClipPolygons, on);
+    plotItem->setRenderHint(QwtPlotItem::RenderAntialiased, on);
+}
+
+void PlotCurve::run()
+{
+    // However run() ends, the flag goes up last.
+    struct MarkReturn
+    {
+        std::atomic<int32_t>& flag;
+        ~MarkReturn() { flag.store(1, std::memory_order_release); }
+    } const markReturn{runReturned};
+
+    // stopCapture() raises stopRequested before it lowers keepRunning. Either
+    // this test sees the request, or its lowering comes after the raise here.
+    keepRunning.store(1);
+    if (stopRequested.load())
+        keepRunning.store(0);
+
+    const bool knownNet = net >= 0 && net < TESS_MAX_NETS;
+    const NetInfo netInfo = knownNet ? mainWindow->nets[size_t(net)] : NetInfo();
+    const TessStatus status = netInfo.status;
+
+    int opened = -1;
+    if (!knownNet || tessOpen(net, 0, 1, readBatch, 0, 0, &opened) != 0) {
+        handle.store(-1);
+        emit signalThreadErrorMessage(tr("Cannot open Net %1.").arg(net));
+        return;
+    }
+    // A stop that came while the handle was being opened didn't see it:
+    // stopCapture() closes it after the wait.
+    handle.store(opened);
+
+    const bool hardwareTime = hasFeature(status, TESS_FEATURE_TIMESTAMP) && timestampedReadStatus == 0 &&
+                              netInfo.timestampFrequency != 0;
+
+    if (tessSetBaudrate(opened, static_cast<uint32_t>(baud)) != 0) {
+        emit signalThreadErrorMessage(tr("Cannot set Baudrate (Net %1 Baud %2).").arg(net).arg(baud));
+    } else if ((canId & TESS_ID_29BIT) && !hasFeature(status, TESS_FEATURE_29BIT)) {
+        emit signalThreadErrorMessage(tr("Interface does not support 29-bit identifier (Net %1 Id: %2).")
+                                          .arg(net)
+                                          .arg(canId & ~TESS_ID_29BIT));
+    } else {
+        // The call may fail for a while; a stop ends the retries.
+        bool admitted = tessIdAdd(opened, canId) == 0;
+        while (!admitted && keepRunning.load() != 0) {
+            QThread::msleep(10);
+            admitted = tessIdAdd(opened, canId) == 0;
+        }
+        if (admitted) {
+            if (hardwareTime)
+                readWithHardwareTime(static_cast<int64_t>(netInfo.timestampFrequency),
+                                     static_cast<int64_t>(netInfo.timestampAtStart));
+            else
+                readWithSoftwareTime();
+        }
+    }
+}
+
+void PlotCurve::readWithHardwareTime(int64_t frequency, int64_t start)
+{
+    {
+        const CurveLock lock(mutex);
+        timestampFrequency = frequency;
+        timestampStart = start;
+    }
+    while (keepRunning.load() != 0) {
+        int count = readBatch;
+        if (timestampedRead(handle.load(), rxFramesT, &count, nullptr) != 0) {
+            QThread::msleep(5);
+            continue;
+        }
+        count = std::clamp(count, 0, readBatch);
+        const CurveLock lock(mutex);
+        appendFrames(rxFramesT, count);
+    }
+}
+
+void PlotCurve::readWithSoftwareTime()
+{
+    const double origin = mainWindow->timeOrigin();
+    {
+        const CurveLock lock(mutex);
+        timestampFrequency = softwareFrequency;
+        timestampStart = 0;
+    }
+    while (keepRunning.load() != 0) {
+        int count = readBatch;
+        if (tessRead(handle.load(), rxFrames, &count, nullptr) != 0) {
+            QThread::msleep(5);
+            continue;
+        }
+        count = std::clamp(count, 0, readBatch);
+        // The first frame at the return of the read, the others 40 us apart.
+        const uint64_t stamp = softwareTimestamp(wallClockSeconds() - origin);
+        for (int i = 0; i < count; ++i) {
+            std::memcpy(&rxFramesT[i], &rxFrames[i], sizeof(TessFrame));
+            rxFramesT[i].timestamp = stamp + softwareBatchStep * static_cast<uint64_t>(i);
+        }
+        const CurveLock lock(mutex);
+        appendFrames(rxFramesT, count);
+    }
+}

@@ -1,0 +1,136 @@
+#ifndef PLOTCURVE_H
+#define PLOTCURVE_H
+
+#include "curvelock.h"
+#include "framedecode.h"
+#include "framering.h"
+#include "tessbus.h"
+
+#include <QColor>
+#include <QMutex>
+#include <QString>
+#include <QThread>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+class QwtPlotCurve;
+class VistrelMainWindow;
+
+// One curve: the capture thread of its row, the store of its samples, and
+// the owner of the plot item that draws it.
+//
+// The capture thread only stores raw frames in `ring` (under `mutex`, taken
+// with CurveLock); the refresh cycle on the user interface thread copies the
+// ring to `frameCopy` and decodes it into `xValues`/`yValues`, which the plot
+// item reads in place. Element 0 of the arrays is the live point, then the
+// samples follow newest first. All memory is allocated in the constructor.
+//
+// A curve captures once: after stopCapture() its thread doesn't start again.
+class PlotCurve : public QThread
+{
+    Q_OBJECT
+
+public:
+    // Size of a read batch.
+    static constexpr int readBatch = 2047;
+
+    // pos counts from 1. points gives maxPoints and the ring's capacity;
+    // clearArrays says whether the arrays start as zeros.
+    PlotCurve(VistrelMainWindow* mainWindow, const QColor& color, const QString& name, int net, int baud,
+              int canId, int pos, int dataType, int mask, int byteOrder, int axis, double scale,
+              double offset, const QString& unit, int style, bool visible, unsigned points, bool clearArrays);
+    ~PlotCurve() override;
+
+    // Decodes one frame by this curve's data type, position, mask, byte
+    // order and scaling. Looks only at the length byte and the data.
+    bool decodeFrame(const TessFrame& frame, bool checkOnly, double* value, double* raw) const;
+    bool decodeFrame(const TessFrameT& frame, bool checkOnly, double* value, double* raw) const;
+
+    // The same rule as decodeFrame, for the batch decoder of framedecode.h.
+    ValueLayout valueLayout() const;
+
+    // Stores the frames that can be decoded; the caller holds `mutex`.
+    void appendFrames(const TessFrameT* frames, int n);
+
+    // Ends the thread: flag, close of the handle (which releases a blocked
+    // read), then an unlimited wait. Harmless when called twice.
+    void stopCapture();
+
+    // Samples the plot item holds now, the live point included.
+    int pointCount() const;
+
+    // The capture thread's driver handle, -1 while none is open.
+    int driverHandle() const { return handle.load(); }
+
+    void setColor(const QColor& color);
+    void setCurveAxis(int axis);
+    void setCurveTitle(const QString& title);
+    void setAntialiased(bool on);
+
+    // Shared with the capture thread: guarded by mutex.
+    QMutex mutex;
+
+private:
+    // Declared right behind the mutex: the destructor takes it, and the
+    // arrays and the ring below are freed before it lets go.
+    DeferredCurveLock lockForDestruction{mutex};
+
+public:
+    // User interface thread only (the refresh cycle, markers, files).
+    const std::unique_ptr<TessFrameT[]> frameCopy;
+    const std::unique_ptr<double[]> xValues;
+    const std::unique_ptr<double[]> yValues;
+    FrameRing ring;
+    const double scale;
+    const double offset;
+    // Written by the capture thread under `mutex` before its first frame;
+    // read them under `mutex` too (with the snapshot), as they change when
+    // the thread starts.
+    int64_t timestampFrequency = 0;
+    int64_t timestampStart = 0;
+    const uint32_t maxPoints;
+    QwtPlotCurve* plotItem = nullptr;
+
+signals:
+    void signalThreadErrorMessage(QString message);
+
+protected:
+    void run() override;
+
+private:
+    // The two read loops; each ends when keepRunning falls to 0.
+    void readWithHardwareTime(int64_t frequency, int64_t start);
+    void readWithSoftwareTime();
+    // Closes the handle if one is open, and marks it closed.
+    void closeHandle();
+
+    std::atomic<int32_t> keepRunning{0};
+    VistrelMainWindow* const mainWindow;
+    std::atomic<int32_t> handle{-1};
+    // Raised by stopCapture; run() looks at it after it has raised
+    // keepRunning itself, so that a stop that overtakes the start holds.
+    std::atomic<int32_t> stopRequested{0};
+    // Raised when run() returns. QThread::wait() synchronises inside Qt,
+    // where ThreadSanitizer can't see it; this flag lets it see the end.
+    std::atomic<int32_t> runReturned{0};
+    TessFrame rxFrames[readBatch];
+    TessFrameT rxFramesT[readBatch];
+
+public:
+    const QColor color;
+    const QString name;
+    const QString unit;
+    const int net;
+    const int baud;
+    const int canId;
+    const int bytePos;
+    const int mask;
+    const int dataType;
+    const int byteOrder;
+    const int axis;
+    const int style;
+};
+
+#endif // PLOTCURVE_H
