@@ -1,0 +1,541 @@
+#include "tableplotconfig.h"
+
+#include "cellaccess.h"
+#include "framedecode.h"
+#include "mdialogscaleoffset.h"
+#include "netlist.h"
+#include "qcombotablesupportitem.h"
+#include "scaling.h"
+#include "tooltipsupportitem.h"
+#include "vistrelmainwindow.h"
+
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QRandomGenerator>
+#include <QScopeGuard>
+#include <QSignalBlocker>
+#include <QSignalMapper>
+
+#include <cstring>
+
+namespace {
+
+struct ColumnLayout
+{
+    const char* title;
+    const char* key;
+    int width;
+    QHeaderView::ResizeMode mode;
+};
+
+const ColumnLayout columnLayouts[] = {
+    {"Col", "color", 25, QHeaderView::Fixed},
+    {"Name", "name", 65, QHeaderView::Interactive},
+    {"Net", "net", 75, QHeaderView::Fixed},
+    {"Baud [kBd]", "baud", 65, QHeaderView::Fixed},
+    {"BTR/hex", "btr01", 50, QHeaderView::Fixed},
+    {"Id", "id", 40, QHeaderView::Interactive},
+    {"29-Bit", "Id29Bit", 40, QHeaderView::Fixed},
+    {"Pos", "pos", 30, QHeaderView::Fixed},
+    {"DataType", "datatype", 88, QHeaderView::Fixed},
+    {"Mask", "mask", 40, QHeaderView::Fixed},
+    {"Int/Mot", "intmot", 75, QHeaderView::Fixed},
+    {"Axis", "axis", 53, QHeaderView::Fixed},
+    {"Scale", "scale", 75, QHeaderView::Interactive},
+    {"Offset", "offset", 55, QHeaderView::Interactive},
+    {"Unit", "unit", 40, QHeaderView::Interactive},
+    {"Calc", "calc", 40, QHeaderView::Fixed},
+    {"Raw Value Min", "raw_value_min", 40, QHeaderView::Interactive},
+    {"Raw Value Max", "raw_value_max", 40, QHeaderView::Interactive},
+    {"Value Min", "value_min", 40, QHeaderView::Interactive},
+    {"Value Max", "value_max", 40, QHeaderView::Interactive},
+};
+
+constexpr int alignLeft = Qt::AlignLeft | Qt::AlignVCenter;
+constexpr int alignRight = Qt::AlignRight | Qt::AlignVCenter;
+constexpr int alignCentre = Qt::AlignHCenter | Qt::AlignVCenter;
+
+} // namespace
+
+const QStringList& TablePlotConfig::baudEntries()
+{
+    static const QStringList entries{"1000.0", "666.6", "500.0", "333.3", "250.0", "166.6", "125.0", "100.0",
+                                     "66.6",   "50.0",  "33.3",  "20.0",  "12.5",  "10.0",  "BTR01"};
+    return entries;
+}
+
+const QStringList& TablePlotConfig::dataTypeEntries()
+{
+    static const QStringList entries{"Integer8",  "Unsigned8",  "Integer16", "Unsigned16",
+                                     "Integer32", "Unsigned32", "Real32",    "Real64"};
+    return entries;
+}
+
+const QStringList& TablePlotConfig::byteOrderEntries()
+{
+    static const QStringList entries{"Intel", "Motorola"};
+    return entries;
+}
+
+const QStringList& TablePlotConfig::axisEntries()
+{
+    static const QStringList entries{"Left", "Right"};
+    return entries;
+}
+
+const QStringList& TablePlotConfig::positionEntries()
+{
+    static const QStringList entries{"1", "2", "3", "4", "5", "6", "7", "8"};
+    return entries;
+}
+
+TablePlotConfig::TablePlotConfig(VistrelMainWindow* mainWindow) : QTableWidget(), mainWindow(mainWindow)
+{
+    // The two last columns keep the pattern names; the others get their own.
+    for (int col = 0; col < ColumnCount; ++col)
+        columns[size_t(col)] = {QStringLiteral("Name_%1").arg(col), QStringLiteral("name_%1").arg(col)};
+    for (int col = 0; col < int(std::size(columnLayouts)); ++col)
+        columns[size_t(col)] = {QLatin1String(columnLayouts[col].title),
+                                QLatin1String(columnLayouts[col].key)};
+
+    setColumnCount(ColumnCount);
+    setRowCount(0);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+
+    for (int col = 0; col < ColumnCount; ++col) {
+        auto* header = new QTableWidgetItem(columns[size_t(col)].title);
+        header->setData(Qt::ToolTipRole, QString());
+        setHorizontalHeaderItem(col, header);
+    }
+    for (int col = 0; col < ColumnCount; ++col) {
+        const bool described = col < int(std::size(columnLayouts));
+        horizontalHeader()->setSectionResizeMode(col, described ? columnLayouts[col].mode
+                                                                : QHeaderView::Interactive);
+        setColumnWidth(col, described ? columnLayouts[col].width : 40);
+    }
+    for (int col = ColCalc; col < ColumnCount; ++col)
+        hideColumn(col);
+}
+
+TablePlotConfig::~TablePlotConfig() = default;
+
+QTableWidgetItem* TablePlotConfig::itemSave(int nRow, int nCol)
+{
+    return ::itemSave(this, nRow, nCol);
+}
+
+QTableWidgetItem* TablePlotConfig::generatorItem(int nRow, int nCol)
+{
+    QTableWidgetItem* item = itemSave(nRow, nCol);
+    if (item->type() == TooltipSupportItem::Type) {
+        auto* tooltipItem = static_cast<TooltipSupportItem*>(item);
+        if (!tooltipItem->generator)
+            tooltipItem->generator = generatorSide();
+    }
+    return item;
+}
+
+QComboTableSupportItem* TablePlotConfig::comboSave(int nRow, int nCol)
+{
+    if (QComboTableSupportItem* item = comboItem(this, nRow, nCol))
+        return item;
+    if (!emptyComboItem)
+        emptyComboItem = std::make_unique<QComboTableSupportItem>(QStringList());
+    return emptyComboItem.get();
+}
+
+void TablePlotConfig::setComboCell(int nRow, int nCol, QComboTableSupportItem* item)
+{
+    ::setComboCell(this, nRow, nCol, item);
+}
+
+QString TablePlotConfig::cellText(int nRow, int nCol)
+{
+    return generatorItem(nRow, nCol)->data(Qt::DisplayRole).toString();
+}
+
+void TablePlotConfig::setCellText(int nRow, int nCol, const QString& text)
+{
+    generatorItem(nRow, nCol)->setData(Qt::DisplayRole, text);
+}
+
+QString TablePlotConfig::curveColor(int nRow)
+{
+    return generatorItem(nRow, ColColor)->data(Qt::UserRole).toString();
+}
+
+void TablePlotConfig::setCurveColor(int nRow, const QString& name)
+{
+    QColor color;
+    color.setNamedColor(name);
+    QTableWidgetItem* item = generatorItem(nRow, ColColor);
+    // The colour cell is neither selectable nor editable: a click on it
+    // opens the colour dialog instead.
+    item->setFlags(item->flags() & Qt::ItemIsEditable);
+    item->setData(Qt::BackgroundRole, color);
+    item->setData(Qt::UserRole, color.name());
+}
+
+int TablePlotConfig::netNumber(int nRow)
+{
+    return netNumberFromEntry(netText(nRow));
+}
+
+QString TablePlotConfig::netText(int nRow)
+{
+    return comboSave(nRow, ColNet)->comboBox->currentText();
+}
+
+void TablePlotConfig::setNetIndex(int nRow, int nIndex)
+{
+    comboSave(nRow, ColNet)->comboBox->setCurrentIndex(nIndex);
+}
+
+int TablePlotConfig::baud(int nRow)
+{
+    const QComboTableSupportItem* item = comboItem(this, nRow, ColBaud);
+    if (!item)
+        return 0;
+    const int index = item->comboBox->currentIndex();
+    if (index != item->comboBox->count() - 1)
+        return index;
+    // "BTR01": the timing value in the low 16 bits, marked by the top bit.
+    const uint32_t timing = uint32_t(btrText(nRow).toInt(nullptr, 16));
+    return int(timing + TESS_BAUD_BTR);
+}
+
+void TablePlotConfig::setBaud(int nRow, int nBaud)
+{
+    const bool btr = nBaud < 0;
+    const QString text = btr ? QString::number(nBaud & 0xFFFF, 16) : QStringLiteral("-----");
+    comboSave(nRow, ColBaud)->comboBox->setCurrentIndex(btr ? BaudBtrIndex : nBaud);
+    setBtrText(nRow, text);
+    updateBtrColumn();
+}
+
+void TablePlotConfig::updateBtrColumn()
+{
+    for (int row = 0; row < rowCount(); ++row) {
+        if (baud(row) < 0) {
+            showColumn(ColBtr);
+            return;
+        }
+    }
+    hideColumn(ColBtr);
+}
+
+bool TablePlotConfig::is29Bit(int nRow)
+{
+    return generatorItem(nRow, Col29Bit)->data(Qt::CheckStateRole).toInt() != 0;
+}
+
+void TablePlotConfig::set29Bit(int nRow, bool bOn)
+{
+    generatorItem(nRow, Col29Bit)->setData(Qt::CheckStateRole, bOn ? Qt::Checked : Qt::Unchecked);
+}
+
+void TablePlotConfig::setPosition(int nRow, const QString& text)
+{
+    comboSave(nRow, ColPos)->comboBox->setCurrentIndex(text.toInt(nullptr, 10) - 1);
+}
+
+int TablePlotConfig::dataType(int nRow)
+{
+    return comboSave(nRow, ColDataType)->comboBox->currentIndex();
+}
+
+void TablePlotConfig::setDataType(int nRow, int nIndex)
+{
+    // Keeps a stored scaling: the recomputation hangs on the item's signal.
+    QComboTableSupportItem* item = comboSave(nRow, ColDataType);
+    const QSignalBlocker blocker(item);
+    item->comboBox->setCurrentIndex(nIndex);
+}
+
+int TablePlotConfig::byteOrder(int nRow)
+{
+    return comboSave(nRow, ColIntMot)->comboBox->currentIndex();
+}
+
+void TablePlotConfig::setByteOrder(int nRow, int nIndex)
+{
+    comboSave(nRow, ColIntMot)->comboBox->setCurrentIndex(nIndex);
+}
+
+int TablePlotConfig::valueAxis(int nRow)
+{
+    return comboSave(nRow, ColAxis)->comboBox->currentIndex();
+}
+
+void TablePlotConfig::setValueAxis(int nRow, int nIndex)
+{
+    // There are two axes; anything else is the left one.
+    if (nIndex < 0 || nIndex > 1)
+        nIndex = 0;
+    QComboTableSupportItem* item = comboSave(nRow, ColAxis);
+    const QSignalBlocker blocker(item);
+    item->comboBox->setCurrentIndex(nIndex);
+}
+
+void TablePlotConfig::setColumnLocked(int nCol, bool bLocked)
+{
+    ::setColumnLocked(this, nCol, bLocked);
+}
+
+QComboTableSupportItem* TablePlotConfig::makeComboItem(const QStringList& entries)
+{
+    return new QComboTableSupportItem(entries, generatorSide());
+}
+
+void TablePlotConfig::addCurveRow(int nRow)
+{
+    buildingRow = nRow;
+    const auto built = qScopeGuard([this] { buildingRow = -1; });
+
+    QRandomGenerator* random = QRandomGenerator::global();
+    const int blue = int(random->generate() % 256);
+    const int green = int(random->generate() % 256);
+    const int red = int(random->generate() % 256);
+    const QColor color(red, green, blue, 255);
+
+    insertRow(nRow);
+
+    generatorItem(nRow, ColName)->setData(Qt::TextAlignmentRole, alignLeft);
+    generatorItem(nRow, ColId)->setData(Qt::TextAlignmentRole, alignRight);
+    generatorItem(nRow, Col29Bit)->setData(Qt::TextAlignmentRole, alignRight);
+    generatorItem(nRow, ColMask)->setData(Qt::TextAlignmentRole, alignRight);
+    generatorItem(nRow, ColScale)->setData(Qt::TextAlignmentRole, alignRight);
+    generatorItem(nRow, ColOffset)->setData(Qt::TextAlignmentRole, alignRight);
+    generatorItem(nRow, ColUnit)->setData(Qt::TextAlignmentRole, alignLeft);
+
+    // Scale and Offset come from the scaling dialog only.
+    setColumnLocked(ColScale, true);
+    setColumnLocked(ColOffset, true);
+
+    setComboCell(nRow, ColPos, makeComboItem(positionEntries()));
+    QComboTableSupportItem* dataTypeItem = makeComboItem(dataTypeEntries());
+    setComboCell(nRow, ColDataType, dataTypeItem);
+    setComboCell(nRow, ColIntMot, makeComboItem(byteOrderEntries()));
+    QComboTableSupportItem* axisItem = makeComboItem(axisEntries());
+    setComboCell(nRow, ColAxis, axisItem);
+    setComboCell(nRow, ColBaud, makeComboItem(baudEntries()));
+    connect(dataTypeItem, &QComboTableSupportItem::signalComboSelChange, this,
+            &TablePlotConfig::slotDataTypeCurveSelection);
+    connect(axisItem, &QComboTableSupportItem::signalComboSelChange, this,
+            &TablePlotConfig::slotDataTypeCurveSelection);
+
+    generatorItem(nRow, ColBtr)->setData(Qt::TextAlignmentRole, alignCentre);
+    setBaud(nRow, baud(nRow));
+
+    const QStringList netEntries = netListEntries(mainWindow->nets);
+    QTableWidgetItem* checkItem = generatorItem(nRow, Col29Bit);
+    checkItem->setFlags((checkItem->flags() | Qt::ItemIsUserCheckable) & ~Qt::ItemIsEditable);
+    checkItem->setData(Qt::CheckStateRole, Qt::Unchecked);
+    setComboCell(nRow, ColNet, makeComboItem(netEntries));
+
+    setCurveColor(nRow, color.name());
+    setCurveName(nRow, QStringLiteral("NewName"));
+    setIdText(nRow, QStringLiteral("0"));
+    set29Bit(nRow, false);
+    setMaskText(nRow, QStringLiteral("0xFF"));
+    setPosition(nRow, QStringLiteral("1"));
+
+    slotDataTypeCurveSelection(nRow);
+    rebuildCalcButtons();
+}
+
+void TablePlotConfig::removeCurveRow(int nRow)
+{
+    removeRow(nRow);
+    rebuildCalcButtons();
+    updateBtrColumn();
+}
+
+void TablePlotConfig::removeAllRows()
+{
+    setRowCount(0);
+    // Without rows no row is in BTR mode.
+    updateBtrColumn();
+}
+
+void TablePlotConfig::rebuildCalcButtons()
+{
+    // All buttons are made anew, so no mapping can hold a stale row.
+    if (calcMapper)
+        calcMapper->deleteLater();
+    calcMapper = new QSignalMapper(this);
+    connect(calcMapper, &QSignalMapper::mappedInt, this, &TablePlotConfig::slotCalcCmd);
+    for (int row = 0; row < rowCount(); ++row) {
+        auto* button = new QPushButton(QStringLiteral("Calc"));
+        setCellWidget(row, ColCalc, button);
+        connect(button, &QPushButton::clicked, calcMapper, qOverload<>(&QSignalMapper::map));
+        calcMapper->setMapping(button, row);
+    }
+}
+
+void TablePlotConfig::slotCalcCmd(int row)
+{
+    if (!scaleDialog) {
+        scaleDialog = new MDialogScaleOffset(mainWindow);
+        connect(scaleDialog, &MDialogScaleOffset::signalCalcAccept, this,
+                &TablePlotConfig::slotRefreshCalcDataInTable);
+    }
+    scaleDialog->setWindowTitle(
+        tr("Curve Scaling %1 (Row: %2)").arg(curveName(row), QString::number(row + 1)));
+    scaleDialog->row = row;
+    // Each run starts from the row's cells, in the form they were typed.
+    scaleDialog->lineEditOffset->setText(offsetText(row));
+    scaleDialog->lineEditScale->setText(scaleText(row));
+    scaleDialog->lineEditMin->setText(valueMinText(row));
+    scaleDialog->lineEditMax->setText(valueMaxText(row));
+    scaleDialog->lineEditRawMin->setText(rawValueMinText(row));
+    scaleDialog->lineEditRawMax->setText(rawValueMaxText(row));
+    scaleDialog->runScaleDialog();
+}
+
+void TablePlotConfig::slotRefreshCalcDataInTable(int row)
+{
+    if (!scaleDialog || row < 0 || row >= rowCount())
+        return;
+    setRawValueMinText(row, scaleDialog->lineEditRawMin->text());
+    setRawValueMaxText(row, scaleDialog->lineEditRawMax->text());
+    setValueMinText(row, scaleDialog->lineEditMin->text());
+    setValueMaxText(row, scaleDialog->lineEditMax->text());
+    setOffsetText(row, scaleDialog->lineEditOffset->text());
+    setScaleText(row, scaleDialog->lineEditScale->text());
+}
+
+void TablePlotConfig::slotDataTypeCurveSelection(int nRow)
+{
+    const int type = dataType(nRow);
+    const int axis = valueAxis(nRow) == 1 ? 1 : 0;
+    const ValueAxisSettings& viewport = *mainWindow->axisSettings[axis];
+    const RawRange raw = dataTypeRawRange(type);
+
+    double scale = 1.0;
+    double offset = 0.0;
+    // Real values are plotted as they stand.
+    if (type != DataType::Real32 && type != DataType::Real64)
+        scalingFrom(raw.min, raw.max, viewport.min, viewport.max, scale, offset);
+
+    setRawValueMinText(nRow, ::scalingText(raw.min));
+    setRawValueMaxText(nRow, ::scalingText(raw.max));
+    setValueMinText(nRow, ::scalingText(viewport.min));
+    setValueMaxText(nRow, ::scalingText(viewport.max));
+    setOffsetText(nRow, ::scalingText(offset));
+    setScaleText(nRow, ::scalingText(scale));
+}
+
+void TablePlotConfig::deriveRawRange(int nRow)
+{
+    // Each cell that doesn't convert is repaired with a plain default.
+    const auto readOrRepair = [this, nRow](int nCol, const char* repair, double fallback) {
+        bool ok = false;
+        const double value = cellText(nRow, nCol).toDouble(&ok);
+        if (ok)
+            return value;
+        setCellText(nRow, nCol, QLatin1String(repair));
+        return fallback;
+    };
+    const double offset = readOrRepair(ColOffset, "0.0", 0.0);
+    const double scale = readOrRepair(ColScale, "1.0", 1.0);
+    const double valueMin = readOrRepair(ColValueMin, "-100.0", -100.0);
+    const double valueMax = readOrRepair(ColValueMax, "100.0", 100.0);
+
+    double rawMin = 0.0;
+    double rawMax = 0.0;
+    rawRangeFrom(valueMin, valueMax, scale, offset, rawMin, rawMax);
+    setRawValueMinText(nRow, ::scalingText(rawMin));
+    setRawValueMaxText(nRow, ::scalingText(rawMax));
+}
+
+QString TablePlotConfig::tooltipText(int nRow, int nCol)
+{
+    const QString text = cellText(nRow, nCol);
+    if (nRow < 0)
+        return text;
+    switch (nCol) {
+    case ColColor:
+        return QString();
+    case ColNet:
+        return interfaceTooltip(nRow);
+    case ColId:
+    case Col29Bit:
+        return identifierTooltip(nRow);
+    case ColScale:
+    case ColOffset:
+    case ColCalc:
+        return scalingTooltip(nRow);
+    default:
+        return text;
+    }
+}
+
+QString TablePlotConfig::interfaceTooltip(int nRow)
+{
+    const int net = netNumber(nRow);
+    static const NetInfo noNet;
+    const NetInfo& info =
+        net >= 0 && net < int(mainWindow->nets.size()) ? mainWindow->nets[size_t(net)] : noNet;
+    const TessStatus& status = info.status;
+
+    QString text =
+        QString::fromLatin1(status.boardName, int(strnlen(status.boardName, sizeof status.boardName)));
+    text += QLatin1Char('\n');
+    text += QString::asprintf("Hardware: %04X", unsigned(status.hardwareVersion));
+    text += QString::asprintf(" Firmware: %04X", unsigned(status.firmwareVersion));
+    text += QString::asprintf(" Driver: %04X", unsigned(status.driverVersion));
+    text += QString::asprintf(" DLL: %04X\n", unsigned(status.libraryVersion));
+    text += QString::asprintf("Features: %04X", unsigned(status.features));
+    text += QLatin1String(" ( ");
+    static const struct
+    {
+        uint16_t bit;
+        const char* letters;
+    } features[] = {{TESS_FEATURE_FC, "Fc "},
+                    {TESS_FEATURE_29BIT, "2b "},
+                    {TESS_FEATURE_TIMESTAMP, "Ts "},
+                    {TESS_FEATURE_LO, "Lo "},
+                    {TESS_FEATURE_SD, "Sd "}};
+    for (const auto& feature : features) {
+        if (status.features & feature.bit)
+            text += QLatin1String(feature.letters);
+    }
+    text += QLatin1String(") ");
+    text += QString::asprintf("Status: %04X\n", unsigned(status.boardStatus));
+    text += QStringLiteral("TS-Freq : %1 MHz")
+                .arg(double(info.timestampFrequency) / 1000000.0, 0, 'f', 6, QLatin1Char('0'));
+    return text;
+}
+
+QString TablePlotConfig::identifierTooltip(int nRow)
+{
+    const int id = idText(nRow).toInt(nullptr, 0);
+    return (is29Bit(nRow) ? QStringLiteral("29-Bit: ") : QStringLiteral("11-Bit: ")) +
+           QString::asprintf("%d|0x%X", id, unsigned(id));
+}
+
+QString TablePlotConfig::scalingTooltip(int nRow)
+{
+    return QStringLiteral("Raw Value    [min/max]: %1/%2\n")
+               .arg(rawValueMinText(nRow), rawValueMaxText(nRow)) +
+           QStringLiteral("Scaled Value [min/max]: %1/%2").arg(valueMinText(nRow), valueMaxText(nRow));
+}
+
+void TablePlotConfig::mousePressEvent(QMouseEvent* event)
+{
+    lastMouseButtons = int(event->buttons());
+    QTableWidget::mousePressEvent(event);
+}
+
+void TablePlotConfig::keyPressEvent(QKeyEvent* event)
+{
+    QTableWidget::keyPressEvent(event);
+    const int col = currentColumn();
+    // The window's double click rule decides whether the dialog opens.
+    if (event->key() == Qt::Key_F2 && currentRow() >= 0 && (col == ColScale || col == ColOffset))
+        emit cellDoubleClicked(currentRow(), ColScale);
+}
