@@ -1,0 +1,479 @@
+// Live runs from Start to Stop on virtual nets with injected frames.
+#include "curvelock.h"
+#include "formstatusbar_resourcesreparent.h"
+#include "operatingmode.h"
+#include "plotcurve.h"
+#include "qcombotablesupportitem.h"
+#include "tableplotconfig.h"
+#include "tableplotdescription.h"
+#include "tessbus_test.h"
+#include "testsupport.h"
+#include "vistrelmainwindow.h"
+
+#include <qwt_plot_curve.h>
+
+#include <QtTest>
+
+#include <cstring>
+#include <memory>
+
+using TestSupport::MessageBoxAnswerer;
+
+namespace {
+
+// Net 0 with hardware timestamps at 1 MHz; net 1 without timestamps and
+// without 29-bit identifiers.
+const char* const twoNets = "net 0 virtual name=LIVE_CAN features=Fc,2b,Ts tsfreq=1000000\n"
+                            "net 1 virtual name=PLAIN features=Fc\n";
+
+struct RowSpec
+{
+    int netIndex = 0;
+    QString id = QStringLiteral("0x100");
+    int dataType = 2; // Integer16
+    int byteOrder = 0;
+    int axis = 0;
+    int baudIndex = 0;
+    bool is29Bit = false;
+};
+
+// The ring as the capture thread left it, read under the curve's lock.
+unsigned ringCount(PlotCurve& curve)
+{
+    CurveLock lock(curve.mutex);
+    return curve.ring.count;
+}
+
+TessFrameT frameT(uint32_t id, uint64_t stamp, std::initializer_list<uint8_t> bytes)
+{
+    TessFrameT frame{};
+    frame.id = id;
+    frame.len = uint8_t(bytes.size());
+    std::copy(bytes.begin(), bytes.end(), frame.data);
+    frame.timestamp = stamp;
+    return frame;
+}
+
+TessFrame frame(uint32_t id, std::initializer_list<uint8_t> bytes)
+{
+    TessFrame plain{};
+    plain.id = id;
+    plain.len = uint8_t(bytes.size());
+    std::copy(bytes.begin(), bytes.end(), plain.data);
+    return plain;
+}
+
+TessFrame real32Frame(uint32_t id, float value)
+{
+    TessFrame plain{};
+    plain.id = id;
+    plain.len = 4;
+    std::memcpy(plain.data, &value, sizeof value);
+    return plain;
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(RowSpec)
+
+class TestLive : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void runFillsArraysAndCells();
+    void softwareTimestamps();
+    void startChecks_data();
+    void startChecks();
+    void failingCaptureThreadReportsAndOthersGoOn();
+    void pauseFreezesPlotAndCells();
+    void stopWhilePausedShowsNoNewPoints();
+    void closingDuringRunAsks_data();
+    void closingDuringRunAsks();
+    void outOfRangeFlag_data();
+    void outOfRangeFlag();
+    void startDropsTheLastRun();
+
+private:
+    int addRow(const RowSpec& spec);
+    void start();
+    void stop();
+    int count(int row) { return window->tableDescription->text(row, TablePlotDescription::ColCount).toInt(); }
+
+    std::unique_ptr<VistrelMainWindow> window;
+};
+
+void TestLive::initTestCase()
+{
+    QStandardPaths::setTestModeEnabled(true);
+}
+
+void TestLive::init()
+{
+    TestSupport::useDriverConfig(QString::fromLatin1(twoNets));
+    window = std::make_unique<VistrelMainWindow>();
+    window->refreshTime = 40;
+}
+
+void TestLive::cleanup()
+{
+    if (window && window->running)
+        stop();
+    window.reset();
+}
+
+int TestLive::addRow(const RowSpec& spec)
+{
+    TablePlotConfig* table = window->tableConfig;
+    window->projectAddCurve();
+    const int row = table->currentRow();
+    table->setNetIndex(row, spec.netIndex);
+    table->comboSave(row, TablePlotConfig::ColBaud)->comboBox->setCurrentIndex(spec.baudIndex);
+    table->setIdText(row, spec.id);
+    table->set29Bit(row, spec.is29Bit);
+    // Through the combo boxes, as a user chooses: the scaling follows.
+    table->comboSave(row, TablePlotConfig::ColAxis)->comboBox->setCurrentIndex(spec.axis);
+    table->comboSave(row, TablePlotConfig::ColDataType)->comboBox->setCurrentIndex(spec.dataType);
+    table->setByteOrder(row, spec.byteOrder);
+    return row;
+}
+
+void TestLive::start()
+{
+    window->pushButtonStartStop->click();
+}
+
+void TestLive::stop()
+{
+    window->pushButtonStartStop->click();
+}
+
+void TestLive::runFillsArraysAndCells()
+{
+    const int row = addRow({});
+    const double scale = window->tableConfig->scaleText(row).toDouble();
+    const double offset = window->tableConfig->offsetText(row).toDouble();
+    QVERIFY(scale != 1.0);
+
+    const uint64_t startCounter = 5000000;
+    QCOMPARE(tessTestSetTimestamp(0, startCounter), 0);
+    start();
+    QVERIFY(window->running);
+    QCOMPARE(window->pushButtonStartStop->text(), QStringLiteral("Stop"));
+    QCOMPARE(window->currentOperatingMode(), int(ModeRun));
+    QVERIFY(!window->scrollBarTime->isEnabled());
+    QVERIFY(window->pushButtonPause->isEnabled());
+    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+
+    // Values 100, 200, -300 (Integer16, Intel) at 1 s, 2 s and 2.5 s.
+    const TessFrameT frames[] = {
+        frameT(0x100, startCounter + 1000000, {100, 0}),
+        frameT(0x100, startCounter + 2000000, {200, 0}),
+        frameT(0x100, startCounter + 2500000, {0xD4, 0xFE}),
+    };
+    QCOMPARE(tessTestInjectT(0, frames, 3), 0);
+    QTRY_COMPARE(count(row), 3);
+
+    const PlotCurve& curve = *window->curves.at(row);
+    const double expectedTimes[] = {2.5, 2.0, 1.0};
+    const double expectedRaw[] = {-300, 200, 100};
+    for (int k = 0; k < 3; ++k) {
+        QCOMPARE(curve.xValues[size_t(k + 1)], expectedTimes[k]);
+        QCOMPARE(curve.yValues[size_t(k + 1)], expectedRaw[k] * scale + offset);
+    }
+    // The interface's clock is ahead of the computer's: no flat tail.
+    QCOMPARE(curve.xValues[0], 2.5);
+    QCOMPARE(curve.yValues[0], curve.yValues[1]);
+    QCOMPARE(curve.plotItem->dataSize(), size_t(4));
+    TablePlotDescription* description = window->tableDescription;
+    QCOMPARE(description->text(row, TablePlotDescription::ColRawValue), QStringLiteral("-300.000"));
+    QCOMPARE(description->text(row, TablePlotDescription::ColCurrentValue),
+             QString::asprintf("%0.3f", -300 * scale + offset));
+    QCOMPARE(description->text(row, TablePlotDescription::ColTime), QStringLiteral("2.500"));
+    QVERIFY(window->runTime() > 0.0 && window->runTime() < 60.0);
+
+    stop();
+    QVERIFY(!window->running);
+    QVERIFY(!window->refreshTimer->isActive());
+    QCOMPARE(window->pushButtonStartStop->text(), QStringLiteral("Start"));
+    QVERIFY(!window->pushButtonStartStop->isChecked());
+    QCOMPARE(window->currentOperatingMode(), int(ModeStopped));
+    QVERIFY(window->scrollBarTime->isEnabled());
+    QVERIFY(!window->pushButtonPause->isEnabled());
+    QCOMPARE(tessTestOpenHandles(0), 1); // only the info handle
+    // The record stays after Stop.
+    QCOMPARE(window->curves.at(row)->xValues[1], 2.5);
+    QCOMPARE(count(row), 3);
+    // Scale and Offset stay locked; the other columns are editable again.
+    const auto editable = [this, row](int col) {
+        return bool(window->tableConfig->item(row, col)->flags() & Qt::ItemIsEditable);
+    };
+    QVERIFY(!editable(TablePlotConfig::ColScale));
+    QVERIFY(!editable(TablePlotConfig::Col29Bit));
+    QVERIFY(editable(TablePlotConfig::ColId));
+    QVERIFY(window->tableConfig->cellWidget(row, TablePlotConfig::ColCalc)->isEnabled());
+}
+
+void TestLive::softwareTimestamps()
+{
+    RowSpec spec;
+    spec.netIndex = 1; // no timestamp feature
+    const int row = addRow(spec);
+    start();
+    QCOMPARE(tessTestWaitForReaders(1, 1, 5000), 0);
+    const TessFrame frames[] = {frame(0x100, {1, 0}), frame(0x100, {2, 0}), frame(0x100, {3, 0})};
+    QCOMPARE(tessTestInject(1, frames, 3), 0);
+    QTRY_COMPARE(count(row), 3);
+    const PlotCurve& curve = *window->curves.at(row);
+    QCOMPARE(curve.timestampFrequency, int64_t(100000));
+    // One batch: 40 us apart, the newest first; all within the run so far.
+    QCOMPARE(qRound((curve.xValues[1] - curve.xValues[2]) * 1e6), 40);
+    QCOMPARE(qRound((curve.xValues[2] - curve.xValues[3]) * 1e6), 40);
+    QVERIFY(curve.xValues[3] >= 0.0);
+    QVERIFY(curve.xValues[1] <= window->elapsedSeconds());
+    QVERIFY(curve.xValues[0] >= curve.xValues[1]);
+}
+
+void TestLive::startChecks_data()
+{
+    QTest::addColumn<QList<RowSpec>>("rows");
+    QTest::addColumn<QString>("message");
+
+    RowSpec net0;
+    RowSpec net0At500 = net0;
+    net0At500.baudIndex = 2;
+    RowSpec net1At500;
+    net1At500.netIndex = 1;
+    net1At500.baudIndex = 2;
+    RowSpec id2046;
+    id2046.id = QStringLiteral("2046");
+    RowSpec id2047;
+    id2047.id = QStringLiteral("2047");
+    RowSpec id7ffWith29Bit;
+    id7ffWith29Bit.id = QStringLiteral("0x7FF");
+    id7ffWith29Bit.is29Bit = true;
+    RowSpec extendedOnPlainNet = id7ffWith29Bit;
+    extendedOnPlainNet.netIndex = 1;
+    extendedOnPlainNet.id = QStringLiteral("0x18FEF100");
+
+    QTest::newRow("different bit rates on one net")
+        << QList<RowSpec>{net0, net0At500} << "Interface of net 0 have different baudrates!";
+    QTest::newRow("different nets may differ") << QList<RowSpec>{net0, net1At500} << QString();
+    QTest::newRow("id 2046 passes") << QList<RowSpec>{id2046} << QString();
+    QTest::newRow("id 2047 needs 29-bit")
+        << QList<RowSpec>{net0, id2047}
+        << "Interface in row 2 has 29-bit identifier,but 29-bit is not enabled (Id: 2047)!";
+    QTest::newRow("0x7FF with 29-bit") << QList<RowSpec>{id7ffWith29Bit} << QString();
+    QTest::newRow("29-bit on a plain interface")
+        << QList<RowSpec>{extendedOnPlainNet}
+        << "Interface in row 1 does not support 29-bit identifier (Id: 419361024)!";
+}
+
+void TestLive::startChecks()
+{
+    QFETCH(QList<RowSpec>, rows);
+    QFETCH(QString, message);
+
+    for (const RowSpec& spec : rows)
+        addRow(spec);
+    // Curves and points of an earlier state must survive a refused Start.
+    const QVector<QSharedPointer<PlotCurve>> before = window->curves;
+    before.first()->xValues[1] = 42.0;
+    const int modeBefore = window->currentOperatingMode();
+
+    const MessageBoxAnswerer answerer(QMessageBox::Ok);
+    start();
+    if (message.isEmpty()) {
+        QCOMPARE(answerer.answered(), 0);
+        QVERIFY(window->running);
+        return;
+    }
+    QCOMPARE(answerer.answered(), 1);
+    QCOMPARE(answerer.titles().value(0), QStringLiteral("Critical Error"));
+    QCOMPARE(answerer.lastText(), message);
+    QVERIFY(!window->running);
+    QVERIFY(!window->refreshTimer->isActive());
+    QVERIFY(!window->pushButtonStartStop->isChecked());
+    QCOMPARE(window->pushButtonStartStop->text(), QStringLiteral("Start"));
+    QCOMPARE(window->curves, before);
+    QCOMPARE(window->curves.first()->xValues[1], 42.0);
+    QCOMPARE(window->currentOperatingMode(), modeBefore);
+    QVERIFY(bool(window->tableConfig->item(0, TablePlotConfig::ColId)->flags() & Qt::ItemIsEditable));
+}
+
+void TestLive::failingCaptureThreadReportsAndOthersGoOn()
+{
+    const int good = addRow({});
+    RowSpec onNet1;
+    onNet1.netIndex = 1;
+    addRow(onNet1);
+    QCOMPARE(tessTestSetFailure(1, TESS_TEST_FAIL_OPEN, -1), 0);
+
+    const MessageBoxAnswerer answerer(QMessageBox::Ok);
+    start();
+    QTRY_COMPARE(answerer.answered(), 1);
+    QCOMPARE(answerer.titles().value(0), QStringLiteral("Plot Curve Error"));
+    QCOMPARE(answerer.lastText(), QStringLiteral("Cannot open Net 1.\n\nCurve disabled!"));
+    QVERIFY(window->running);
+
+    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+    const TessFrameT frames[] = {frameT(0x100, 1, {7, 0})};
+    QCOMPARE(tessTestInjectT(0, frames, 1), 0);
+    QTRY_COMPARE(count(good), 1);
+    QCOMPARE(count(1), 0);
+    stop();
+    QVERIFY(!window->running);
+}
+
+void TestLive::pauseFreezesPlotAndCells()
+{
+    const int row = addRow({});
+    start();
+    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+    const TessFrameT first[] = {frameT(0x100, 1, {1, 0})};
+    tessTestInjectT(0, first, 1);
+    QTRY_COMPARE(count(row), 1);
+
+    window->pushButtonPause->click();
+    QCOMPARE(window->currentOperatingMode(), int(ModePause));
+    QVERIFY(window->scrollBarTime->isEnabled());
+    QVERIFY(window->pushButtonMarker1->isEnabled());
+    const double runTime = window->runTime();
+    const QString runLabel = window->statusBarLabels()->textLabelRunTime->text();
+    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+    const TessFrameT more[] = {frameT(0x100, 2, {2, 0}), frameT(0x100, 3, {3, 0})};
+    tessTestInjectT(0, more, 2);
+    // The run time goes on; plot, cells and runTime stand still.
+    QTRY_VERIFY(window->statusBarLabels()->textLabelRunTime->text() != runLabel);
+    QCOMPARE(count(row), 1);
+    QCOMPARE(window->runTime(), runTime);
+    QCOMPARE(window->curves.at(row)->plotItem->dataSize(), size_t(2));
+
+    // The first tick after the release brings what the ring kept.
+    window->pushButtonPause->click();
+    QCOMPARE(window->currentOperatingMode(), int(ModeRun));
+    QVERIFY(!window->scrollBarTime->isEnabled());
+    QTRY_COMPARE(count(row), 3);
+}
+
+void TestLive::stopWhilePausedShowsNoNewPoints()
+{
+    const int row = addRow({});
+    start();
+    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+    const TessFrameT first[] = {frameT(0x100, 1, {1, 0})};
+    tessTestInjectT(0, first, 1);
+    QTRY_COMPARE(count(row), 1);
+    window->pushButtonPause->click();
+    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+    const TessFrameT more[] = {frameT(0x100, 2, {2, 0})};
+    tessTestInjectT(0, more, 1);
+    QTRY_COMPARE(ringCount(*window->curves.at(row)), 2u);
+    stop();
+    QCOMPARE(count(row), 1);
+    QCOMPARE(window->curves.at(row)->plotItem->dataSize(), size_t(2));
+    QCOMPARE(window->currentOperatingMode(), int(ModeStopped));
+    QVERIFY(window->pushButtonMarker1->isEnabled());
+    QVERIFY(!window->pushButtonPause->isChecked());
+}
+
+void TestLive::closingDuringRunAsks_data()
+{
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<bool>("closed");
+    QTest::newRow("yes") << int(QMessageBox::Yes) << true;
+    QTest::newRow("no") << int(QMessageBox::No) << false;
+}
+
+void TestLive::closingDuringRunAsks()
+{
+    QFETCH(int, answer);
+    QFETCH(bool, closed);
+    addRow({});
+    window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+    start();
+    const MessageBoxAnswerer answerer{QMessageBox::StandardButton(answer)};
+    window->projectExitAction->trigger();
+    QCOMPARE(answerer.answered(), 1);
+    QCOMPARE(answerer.titles().value(0), QStringLiteral("Warning!"));
+    QCOMPARE(answerer.lastText(), QStringLiteral("Vistrel is running!\nDo you really want to close the program?"));
+    QCOMPARE(window->isVisible(), !closed);
+    QCOMPARE(window->running, !closed);
+    if (closed)
+        QCOMPARE(tessTestOpenHandles(0), 1);
+}
+
+void TestLive::outOfRangeFlag_data()
+{
+    QTest::addColumn<int>("axis");
+    QTest::addColumn<float>("value");
+    QTest::addColumn<bool>("flagged");
+
+    // Real32 rows scale 1:1; the left axis runs -100..100, the right 0..100.
+    QTest::newRow("left inside") << 0 << 50.0f << false;
+    QTest::newRow("left at max") << 0 << 100.0f << false;
+    QTest::newRow("left at min") << 0 << -100.0f << false;
+    QTest::newRow("left above") << 0 << 100.5f << true;
+    QTest::newRow("left below") << 0 << -101.0f << true;
+    QTest::newRow("right below its min") << 1 << -1.0f << true;
+    QTest::newRow("right inside") << 1 << 60.0f << false;
+    QTest::newRow("right above") << 1 << 150.0f << true;
+}
+
+void TestLive::outOfRangeFlag()
+{
+    QFETCH(int, axis);
+    QFETCH(float, value);
+    QFETCH(bool, flagged);
+
+    RowSpec spec;
+    spec.dataType = 6; // Real32
+    spec.axis = axis;
+    spec.netIndex = 1;
+    const int row = addRow(spec);
+    start();
+    QCOMPARE(tessTestWaitForReaders(1, 1, 5000), 0);
+    // An in-range value first, then the value under test: the flag looks at
+    // every frame in the ring.
+    const TessFrame frames[] = {real32Frame(0x100, 10.0f), real32Frame(0x100, value)};
+    tessTestInject(1, frames, 2);
+    QTRY_COMPARE(count(row), 2);
+    QTableWidgetItem* cell = window->tableDescription->item(row, TablePlotDescription::ColCurrentValue);
+    QTRY_COMPARE(cell->data(Qt::BackgroundRole).isValid(), flagged);
+    if (flagged) {
+        QCOMPARE(cell->data(Qt::BackgroundRole).value<QBrush>().color(), QColor(Qt::red));
+        QCOMPARE(cell->toolTip(), QStringLiteral("curve has values out of viewport range"));
+    } else {
+        QCOMPARE(cell->toolTip(), QString());
+    }
+    // Widening the viewport clears the flag at the next tick.
+    window->axisSettings[axis]->min = -1000;
+    window->axisSettings[axis]->max = 1000;
+    QTRY_VERIFY(!cell->data(Qt::BackgroundRole).isValid());
+}
+
+void TestLive::startDropsTheLastRun()
+{
+    const int row = addRow({});
+    start();
+    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+    const TessFrameT frames[] = {frameT(0x100, 1, {1, 0})};
+    tessTestInjectT(0, frames, 1);
+    QTRY_COMPARE(count(row), 1);
+    stop();
+    QCOMPARE(ringCount(*window->curves.at(row)), 1u);
+    const MessageBoxAnswerer noQuestion(QMessageBox::No);
+    start();
+    QCOMPARE(noQuestion.answered(), 0);
+    // A new, empty curve: the last run's point is gone at once.
+    QCOMPARE(ringCount(*window->curves.at(row)), 0u);
+    QCOMPARE(window->curves.at(row)->plotItem->dataSize(), size_t(1));
+    QTRY_COMPARE(count(row), 0);
+}
+
+QTEST_MAIN(TestLive)
+#include "tst_live.moc"
