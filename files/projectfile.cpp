@@ -1,0 +1,166 @@
+#include "projectfile.h"
+
+#include <QDateTime>
+#include <QDomNamedNodeMap>
+#include <QIODevice>
+#include <QTextStream>
+
+namespace {
+
+const QString rootName = QStringLiteral("Vistrel");
+const QString graphPrefix = QStringLiteral("Graph");
+const QString axisPrefix = QStringLiteral("CustomAxis");
+const QString minKey = QStringLiteral("Min");
+const QString maxKey = QStringLiteral("Max");
+const QString stepKey = QStringLiteral("Step");
+const QString showKey = QStringLiteral("Show");
+const QString gridKey = QStringLiteral("Grid");
+
+QString axisElementName(int index)
+{
+    // The left axis carries no number.
+    return index == 0 ? axisPrefix : axisPrefix + QString::number(index);
+}
+
+ValueAxisSettings readAxis(const QDomElement& element)
+{
+    ValueAxisSettings axis;
+    axis.min = element.attribute(minKey).toDouble();
+    axis.max = element.attribute(maxKey).toDouble();
+    axis.step = element.attribute(stepKey).toDouble();
+    axis.visible = element.attribute(showKey).toInt(nullptr, 10) > 0;
+    axis.grid = element.attribute(gridKey).toInt(nullptr, 10) > 0;
+    return axis;
+}
+
+ProjectGraph readGraph(const QDomElement& element)
+{
+    ProjectGraph graph;
+    const QDomNamedNodeMap attributes = element.attributes();
+    for (int i = 0; i < attributes.count(); ++i) {
+        const QDomAttr attribute = attributes.item(i).toAttr();
+        graph.set(attribute.name(), attribute.value());
+    }
+    return graph;
+}
+
+// Closes the device on leaving if it was opened here.
+class OpenedHere
+{
+public:
+    OpenedHere(QIODevice* device, QIODevice::OpenMode mode) : device(device)
+    {
+        if (!device->isOpen())
+            opened = device->open(mode);
+    }
+    ~OpenedHere()
+    {
+        if (opened)
+            device->close();
+    }
+    OpenedHere(const OpenedHere&) = delete;
+    OpenedHere& operator=(const OpenedHere&) = delete;
+
+    bool isOpen() const { return device->isOpen(); }
+
+private:
+    QIODevice* device;
+    bool opened = false;
+};
+
+} // namespace
+
+QString projectDateTimeNow()
+{
+    return QDateTime::currentDateTime().toString(Qt::TextDate);
+}
+
+QDomDocument buildProjectDocument(const QString& fileName, const QString& dateTime,
+                                  const QVector<ProjectGraph>& graphs, const QVector<ValueAxisSettings>& axes)
+{
+    QDomDocument document;
+    QDomElement root = document.createElement(rootName);
+    document.appendChild(root);
+    root.setAttribute(QStringLiteral("file"), fileName);
+    root.setAttribute(QStringLiteral("datetime"), dateTime);
+
+    for (int row = 0; row < graphs.size(); ++row) {
+        QDomElement element = document.createElement(graphPrefix + QString::number(row));
+        root.appendChild(element);
+        const QMap<QString, QString>& attributes = graphs.at(row).attributes;
+        for (auto it = attributes.cbegin(); it != attributes.cend(); ++it)
+            element.setAttribute(it.key(), it.value());
+    }
+
+    for (int index = 0; index < axes.size(); ++index) {
+        const ValueAxisSettings& axis = axes.at(index);
+        QDomElement element = document.createElement(axisElementName(index));
+        root.appendChild(element);
+        element.setAttribute(minKey, axis.min);
+        element.setAttribute(maxKey, axis.max);
+        element.setAttribute(stepKey, axis.step);
+        element.setAttribute(showKey, axis.visible ? 1 : 0);
+        element.setAttribute(gridKey, axis.grid ? 1 : 0);
+    }
+    return document;
+}
+
+bool writeProjectDocument(const QDomDocument& document, QIODevice* device)
+{
+    // No text flag: the lines end in "\n" as the document has them.
+    const OpenedHere file(device, QIODevice::WriteOnly);
+    if (!file.isOpen())
+        return false;
+    // The codec is left at the system's local encoding; the reader decodes
+    // by the XML rule (UTF-8), so text outside ASCII comes back intact only
+    // under a UTF-8 locale.
+    QTextStream stream(device);
+    stream << document.toString(1);
+    stream.flush();
+    return true;
+}
+
+ProjectReadResult readProjectDocument(QIODevice* device)
+{
+    ProjectReadResult result;
+    const OpenedHere file(device, QIODevice::ReadOnly);
+    if (!file.isOpen()) {
+        result.status = ProjectReadResult::OpenFailed;
+        return result;
+    }
+    // Without a declaration the parser decodes the bytes as UTF-8.
+    QDomDocument document;
+    if (!document.setContent(device)) {
+        result.status = ProjectReadResult::ParseFailed;
+        return result;
+    }
+
+    // Only the prefix of a name counts; the number behind it is not read.
+    const QDomNodeList children = document.documentElement().childNodes();
+    for (int position = 0; position < children.count(); ++position) {
+        const QDomElement element = children.at(position).toElement();
+        if (element.isNull() || !element.hasAttributes())
+            continue;
+        const QString name = element.tagName();
+        ProjectElement entry;
+        entry.position = position;
+        if (name.startsWith(graphPrefix)) {
+            entry.kind = ProjectElement::Graph;
+            entry.graph = readGraph(element);
+        } else if (name.startsWith(axisPrefix)) {
+            entry.kind = ProjectElement::Axis;
+            entry.axisIndex = name == axisPrefix ? 0 : 1;
+            entry.axis = readAxis(element);
+        } else {
+            continue;
+        }
+        result.elements << entry;
+    }
+    return result;
+}
+
+QString withProjectExtension(const QString& fileName)
+{
+    const QLatin1String extension(projectFileExtension);
+    return fileName.endsWith(extension, Qt::CaseSensitive) ? fileName : fileName + extension;
+}
