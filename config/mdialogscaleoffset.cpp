@@ -1,31 +1,11 @@
 #include "mdialogscaleoffset.h"
 
+#include "numberfields.h"
 #include "scaling.h"
 
 #include <QDoubleValidator>
-#include <QEvent>
-#include <QFocusEvent>
 #include <QLineEdit>
-#include <QLocale>
 #include <QTimer>
-
-namespace {
-
-// Reads numbers with a point as decimal sign whatever the user's locale;
-// the saved default comes back when the scope ends.
-class CLocaleScope
-{
-public:
-    CLocaleScope() { QLocale::setDefault(QLocale(QLocale::C, QLocale::AnyCountry)); }
-    ~CLocaleScope() { QLocale::setDefault(saved); }
-    CLocaleScope(const CLocaleScope&) = delete;
-    CLocaleScope& operator=(const CLocaleScope&) = delete;
-
-private:
-    const QLocale saved;
-};
-
-} // namespace
 
 MDialogScaleOffset::MDialogScaleOffset(QWidget* parent) : QDialog(parent, Qt::WindowFlags())
 {
@@ -80,7 +60,7 @@ bool MDialogScaleOffset::slotCalculate()
     // A comma works as decimal sign under every locale, and the field shows
     // the point afterwards.
     for (QLineEdit* edit : rangeEdits)
-        edit->setText(edit->text().replace(QLatin1Char(','), QLatin1Char('.')));
+        commasToPoints(edit);
 
     double values[4] = {0.0, 0.0, 0.0, 0.0};
     bool ok = true;
@@ -125,25 +105,7 @@ void MDialogScaleOffset::reject()
 
 bool MDialogScaleOffset::eventFilter(QObject* watched, QEvent* event)
 {
-    if (selectPending) {
-        if (event->type() == QEvent::MouseMove) {
-            // A drag after the focusing click would move the selection.
-            event->ignore();
-            return true;
-        }
-        if (event->type() == QEvent::MouseButtonRelease)
-            selectPending = false;
-    }
-
-    if (event->type() == QEvent::FocusIn &&
-        static_cast<QFocusEvent*>(event)->reason() == Qt::MouseFocusReason) {
-        if (auto* edit = qobject_cast<QLineEdit*>(watched)) {
-            // The edit handles the click after the focus: select once that
-            // is done.
-            QTimer::singleShot(0, edit, &QLineEdit::selectAll);
-            selectPending = true;
-        }
-    }
-
+    if (selectOnMouseFocus(watched, event, selectPending))
+        return true;
     return QDialog::eventFilter(watched, event);
 }

@@ -1,8 +1,7 @@
 #include "mdialogcustomaxis.h"
 
+#include "numberfields.h"
 #include "valueaxistabpage.h"
-
-#include <QLocale>
 
 #include <array>
 
@@ -19,15 +18,13 @@ struct Viewport
 // decimal separator was typed (the caller turns commas into points first).
 bool parseViewport(const ValueAxisTabPage& page, Viewport& viewport)
 {
-    const QLocale saved;
-    QLocale::setDefault(QLocale(QLocale::C));
+    const CLocaleScope cLocale;
     bool ok = false;
     viewport.min = page.lineEditMin->text().toDouble(&ok);
     if (ok)
         viewport.max = page.lineEditMax->text().toDouble(&ok);
     if (ok)
         viewport.step = page.lineEditStep->text().toDouble(&ok);
-    QLocale::setDefault(saved);
     return ok;
 }
 
@@ -125,7 +122,7 @@ bool MDialogCustomAxis::applySettings()
         // Every field gets the point, also after a failure, so that what
         // the user sees is what will be read.
         for (QLineEdit* edit : {page->lineEditMin, page->lineEditMax, page->lineEditStep})
-            edit->setText(edit->text().replace(QLatin1Char(','), QLatin1Char('.')));
+            commasToPoints(edit);
         if (failed)
             continue;
 

@@ -1,10 +1,9 @@
 #include "valueaxistabpage.h"
 
+#include "numberfields.h"
+
 #include <QDoubleValidator>
-#include <QEvent>
-#include <QFocusEvent>
 #include <QLineEdit>
-#include <QTimer>
 
 #include <limits>
 
@@ -25,26 +24,8 @@ ValueAxisTabPage::ValueAxisTabPage(QWidget* parent) : QWidget(parent)
 
 bool ValueAxisTabPage::eventFilter(QObject* watched, QEvent* event)
 {
-    if (selectPending) {
-        if (event->type() == QEvent::MouseMove) {
-            // A drag after the focusing click would move the selection.
-            event->ignore();
-            return true;
-        }
-        if (event->type() == QEvent::MouseButtonRelease)
-            selectPending = false;
-    }
-
-    if (event->type() == QEvent::FocusIn &&
-        static_cast<QFocusEvent*>(event)->reason() == Qt::MouseFocusReason) {
-        if (auto* edit = qobject_cast<QLineEdit*>(watched)) {
-            // The edit handles the click itself after the focus: select
-            // once that is done, not now.
-            QTimer::singleShot(0, edit, &QLineEdit::selectAll);
-            selectPending = true;
-        }
-    }
-
+    if (selectOnMouseFocus(watched, event, selectPending))
+        return true;
     return QWidget::eventFilter(watched, event);
 }
 

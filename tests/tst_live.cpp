@@ -1,5 +1,6 @@
 // Live runs from Start to Stop on virtual nets with injected frames.
 #include "curvelock.h"
+#include "dataplot.h"
 #include "formstatusbar_resourcesreparent.h"
 #include "operatingmode.h"
 #include "plotcurve.h"
@@ -96,6 +97,8 @@ private slots:
     void outOfRangeFlag_data();
     void outOfRangeFlag();
     void startDropsTheLastRun();
+    void markersAfterRun_data();
+    void markersAfterRun();
 
 private:
     int addRow(const RowSpec& spec);
@@ -473,6 +476,50 @@ void TestLive::startDropsTheLastRun()
     QCOMPARE(ringCount(*window->curves.at(row)), 0u);
     QCOMPARE(window->curves.at(row)->plotItem->dataSize(), size_t(1));
     QTRY_COMPARE(count(row), 0);
+}
+
+void TestLive::markersAfterRun_data()
+{
+    QTest::addColumn<double>("marker");
+    QTest::addColumn<int>("raw");
+    QTest::addColumn<double>("time");
+
+    // Samples at 1.0, 2.0 and 2.5 s with the raw values 100, 200, -300.
+    QTest::newRow("between samples") << 2.2 << 200 << 2.0;
+    QTest::newRow("exactly on a sample shows the one before") << 2.0 << 100 << 1.0;
+    QTest::newRow("later than all: the live point") << 9.0 << -300 << 2.5;
+    // Before the oldest sample but after 0: an unfilled element of the live curve.
+    QTest::newRow("before the first sample") << 0.5 << 0 << 0.0;
+}
+
+void TestLive::markersAfterRun()
+{
+    QFETCH(double, marker);
+    QFETCH(int, raw);
+    QFETCH(double, time);
+
+    const int row = addRow({});
+    const double scale = window->tableConfig->scaleText(row).toDouble();
+    const double offset = window->tableConfig->offsetText(row).toDouble();
+    QCOMPARE(tessTestSetTimestamp(0, 0), 0);
+    start();
+    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+    const TessFrameT frames[] = {frameT(0x100, 1000000, {100, 0}), frameT(0x100, 2000000, {200, 0}),
+                                 frameT(0x100, 2500000, {0xD4, 0xFE})};
+    QCOMPARE(tessTestInjectT(0, frames, 3), 0);
+    QTRY_COMPARE(count(row), 3);
+    // Markers stand still during a run.
+    QVERIFY(!window->pushButtonMarker1->isEnabled());
+    stop();
+    QVERIFY(window->pushButtonMarker1->isEnabled());
+
+    window->plot->setMarker1(marker);
+    window->plot->setMarker2(marker + 1.0);
+    const double value = raw == 0 ? 0.0 : raw * scale + offset;
+    const QString expected = QString::asprintf("%0.3f/%0.3f   [%0.3f s]", value, (value - offset) / scale, time);
+    QCOMPARE(window->tableDescription->text(row, TablePlotDescription::ColM1), expected);
+    QCOMPARE(window->pushButtonMarker1->text(), QString::asprintf("M1: %0.3f s", marker));
+    QCOMPARE(window->pushButtonDMarker->text(), QStringLiteral("dM: 1.000 s"));
 }
 
 QTEST_MAIN(TestLive)
