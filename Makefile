@@ -35,7 +35,7 @@ test-asan:
 # The tests where threads meet, under ThreadSanitizer.
 test-tsan: deps
 	cmake -S . -B build-tsan -DVISTREL_SANITIZE=thread -DVISTREL_BUILD_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug
-	cmake --build build-tsan -j $(JOBS)
+	cmake --build build-tsan -j $(JOBS) --target threads_tests
 	cd build-tsan && ctest --output-on-failure -j $(JOBS) -L threads
 
 bench: build

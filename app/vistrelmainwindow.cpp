@@ -105,6 +105,9 @@ VistrelMainWindow::VistrelMainWindow(QWidget* parent, Qt::WindowFlags flags) : Q
     }
 
     resetProject();
+    // The settings file overrides the defaults.
+    applyDefaultSettings();
+    readSettings();
     updateActions();
 }
 
@@ -215,7 +218,7 @@ void VistrelMainWindow::openCommandLineFile(const QStringList& arguments)
         readProjectFile(file.name);
         break;
     case CommandLineFile::Data:
-        // Read by the data file reader.
+        readDataFile(file.name);
         break;
     case CommandLineFile::None:
         break;

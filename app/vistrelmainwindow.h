@@ -16,11 +16,13 @@
 
 class DataPlot;
 class FormStatusBar_ResourcesReparent;
+class MFormConfig;
 class PlotCurve;
 class QMenu;
 class QTimer;
 class TablePlotConfig;
 class TablePlotDescription;
+struct Settings;
 
 // The hub of the program: owns the tables, the plot, the status bar labels,
 // the refresh timer, the curves and the record of every CAN net. All user
@@ -76,6 +78,19 @@ public:
     void writeProjectFile(const QString& fileName);
     void readProjectFile(const QString& fileName);
 
+    // Data file: a recording with its configuration.
+    void writeDataFile(const QString& fileName);
+    void readDataFile(const QString& fileName);
+
+    // Import of recorded CAN data: turns the frames of a recorder's log into
+    // the points of the rows' curves.
+    void importRecordedData(const QString& fileName);
+
+    // Settings file: plot colours and the numbers below.
+    void applyDefaultSettings();
+    void readSettings();
+    void writeSettings();
+
     // What the plot, the tables and the curves share with the window. They
     // are written on the user interface thread only while no capture thread
     // runs.
@@ -87,6 +102,10 @@ public:
     QVector<ValueAxisSettings*> axisSettings; // left, right
     unsigned refreshTime = 250;               // ms
     unsigned plotSize = 5000;                 // points of a new curve
+    // The largest plotSize a file may set: ten times the options dialog's
+    // limit. Bigger values only come from damaged files, and would make
+    // every new curve allocate an absurd amount.
+    static constexpr unsigned largestPlotSize = 1000000;
     bool continuousScroll = true;
     int lineWidth = 1;
     bool antialiasing = false;
@@ -101,6 +120,12 @@ public slots:
     void projectSave();
     void projectSaveAs();
     void projectExit();
+    // Data file.
+    void dataSave();
+    void dataSaveAs();
+    void dataLoad();
+    // Import of recorded CAN data.
+    void dataImport();
     // Value axes and the viewport dialog.
     void on_projectCustom_AxisAction_triggered(bool checked);
     void slotAxisSettingsUpdated();
@@ -123,6 +148,12 @@ public slots:
     void slotPause();
     void slotTimeout();
 
+    // Settings file and the options dialog.
+    void projectOptions();
+    void slotFormConfigOkClicked();
+    void slotFormConfigCancelClicked();
+    void slotFormConfigApplyClicked();
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
@@ -131,6 +162,12 @@ private slots:
     void slotCurveError(QString s);
 
 private:
+    // Import of recorded CAN data: a row's curve, sized for the frames of
+    // its id.
+    QSharedPointer<PlotCurve> importCurve(int row, unsigned points);
+
+    // The curve that a row's cells describe, not yet in curves.
+    QSharedPointer<PlotCurve> curveFromRow(int row);
     // Run control: the first failing check at Start, or an empty text.
     QString startCheckFailure();
     void startRun();
@@ -161,6 +198,12 @@ private:
     QString projectFileName;
     QString dataFileName;
     QString settingsDir;
+
+    // Settings file and the options dialog.
+    Settings currentSettings() const;
+    void applySettings(const Settings& settings);
+    void showSettingsError(const QString& text);
+    MFormConfig* optionsDialog = nullptr; // made at first use, kept
 };
 
 #endif // VISTRELMAINWINDOW_H

@@ -48,6 +48,18 @@ void VistrelMainWindow::projectDeleteCurve()
 
 void VistrelMainWindow::createCurve(int row)
 {
+    // After an aborted import the rows above may have no curve yet: give
+    // them one first, so that row r and curves[r] stay one curve.
+    while (curves.size() < row)
+        curves.append(curveFromRow(curves.size()));
+    curves.insert(row, curveFromRow(row));
+
+    pushButtonStartStop->setEnabled(true);
+    updateActions();
+}
+
+QSharedPointer<PlotCurve> VistrelMainWindow::curveFromRow(int row)
+{
     // The cells are the only store of a curve's configuration.
     int canId = tableConfig->idText(row).toInt(nullptr, 0);
     if (tableConfig->is29Bit(row))
@@ -72,10 +84,7 @@ void VistrelMainWindow::createCurve(int row)
                                                   plotSize, true));
     // Emitted on the capture thread, delivered here as a queued call.
     connect(curve.data(), &PlotCurve::signalThreadErrorMessage, this, &VistrelMainWindow::slotCurveError);
-    curves.insert(qBound(0, row, curves.size()), curve);
-
-    pushButtonStartStop->setEnabled(true);
-    updateActions();
+    return curve;
 }
 
 void VistrelMainWindow::eraseCurve(int row)

@@ -3,11 +3,16 @@
 
 #include "formstatusbar_resourcesreparent.h"
 
+#include <cmath>
+
 namespace {
 
 // The time of day of a time on the wallClockSeconds() scale.
 QString startTimeText(double time)
 {
+    // A damaged file may bring anything; such a time shows as midnight.
+    if (!std::isfinite(time) || qAbs(time) > 1e15)
+        time = 0.0;
     const long long dayPart = static_cast<long long>(time) / 86400 * 86400;
     const double rest = time - double(dayPart);
     const int s = static_cast<int>(rest);

@@ -27,6 +27,8 @@ private slots:
     void addBelowCurrentRow();
     void twoAddsDifferInColourOnly();
     void newCurveFromCells();
+    void addAfterCurvesWereLost_data();
+    void addAfterCurvesWereLost();
     void calcButtonsMapTheirRow_data();
     void calcButtonsMapTheirRow();
     void deleteCurves_data();
@@ -371,6 +373,34 @@ void TestCurves::deleteOnlyBtrRowHidesColumn()
     w.projectDeleteCurve();
     QCOMPARE(names(w), (QStringList{"c0", "c2"}));
     QVERIFY(w.tableConfig->isColumnHidden(TablePlotConfig::ColBtr));
+}
+
+void TestCurves::addAfterCurvesWereLost_data()
+{
+    QTest::addColumn<int>("kept");    // curves left of 3 rows, as after an aborted import
+    QTest::addColumn<int>("current"); // row below which the new one comes
+    QTest::newRow("none kept, add at the end") << 0 << 2;
+    QTest::newRow("one kept, add at the end") << 1 << 2;
+    QTest::newRow("none kept, add at the top") << 0 << -1;
+    QTest::newRow("two kept, add in the middle") << 2 << 0;
+}
+
+void TestCurves::addAfterCurvesWereLost()
+{
+    QFETCH(int, kept);
+    QFETCH(int, current);
+
+    const auto window = makeWindow(3);
+    VistrelMainWindow& w = *window;
+    w.curves.resize(kept);
+    w.tableConfig->setCurrentCell(current, 1);
+    w.projectAddCurve();
+    const int added = current + 1;
+    QCOMPARE(w.tableConfig->currentRow(), added);
+    // Every row up to the new one has its own curve at its own index.
+    QVERIFY(w.curves.size() >= added + 1);
+    for (int row = 0; row <= added; ++row)
+        QCOMPARE(w.curves[row]->plotItem->title().text(), w.tableConfig->curveName(row));
 }
 
 QTEST_MAIN(TestCurves)

@@ -370,6 +370,8 @@ void TestMainWindow::startTimeText_data()
     QTest::newRow("whatever the day") << 200 * 86400.0 + 47109.25 << "Start: 13:05:09.250";
     QTest::newRow("midnight") << 86400.0 << "Start: 00:00:00.000";
     QTest::newRow("last second") << 86399.5 << "Start: 23:59:59.500";
+    QTest::newRow("not a number") << qQNaN() << "Start: 00:00:00.000";
+    QTest::newRow("far beyond") << 1e300 << "Start: 00:00:00.000";
 }
 
 void TestMainWindow::startTimeText()
