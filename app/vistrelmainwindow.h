@@ -16,6 +16,7 @@
 
 class DataPlot;
 class FormStatusBar_ResourcesReparent;
+class MFormAbout;
 class MFormConfig;
 class PlotCurve;
 class QMenu;
@@ -113,6 +114,10 @@ public:
     bool running = false;
     QTimer* refreshTimer = nullptr;
 
+    // Printing, the about box and the manual: the about box while it is
+    // open, null otherwise.
+    MFormAbout* aboutDialog = nullptr;
+
 public slots:
     void projectNew();
     // Project file.
@@ -153,6 +158,12 @@ public slots:
     void slotFormConfigOkClicked();
     void slotFormConfigCancelClicked();
     void slotFormConfigApplyClicked();
+
+    // Printing, the about box and the manual.
+    void projectPrint();
+    void helpAbout();
+    void helpContents();
+    void helpIndex();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
