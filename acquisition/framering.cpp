@@ -12,6 +12,7 @@ void FrameRing::append(const TessFrameT& frame)
     // A ring without room keeps nothing; the index arithmetic below needs capacity > 0.
     if (capacity == 0)
         return;
+    ++appended;
     if (count < capacity) {
         ++count;
         ++tail;
@@ -26,6 +27,7 @@ void FrameRing::appendBatch(const TessFrameT* src, unsigned n)
 {
     if (capacity == 0 || n == 0)
         return;
+    appended += n;
 
     // While the ring fills, head stays 0 and the free slots follow tail without a wrap.
     if (count < capacity) {
@@ -60,6 +62,20 @@ unsigned FrameRing::snapshot(TessFrameT* out, unsigned wanted) const
     // The held frames run from head to tail, wrapping once at capacity at most.
     const unsigned firstPart = std::min(n, capacity - static_cast<uint32_t>(head));
     std::memcpy(out, &frames[static_cast<size_t>(head)], firstPart * sizeof(TessFrameT));
+    if (n > firstPart)
+        std::memcpy(out + firstPart, &frames[0], (n - firstPart) * sizeof(TessFrameT));
+    return n;
+}
+
+unsigned FrameRing::snapshotNewest(TessFrameT* out, unsigned wanted) const
+{
+    const unsigned n = std::min(wanted, count);
+    if (n == 0)
+        return 0;
+    // The newest n end at tail; they start n - 1 places before it.
+    const uint32_t first = static_cast<uint32_t>((static_cast<uint64_t>(tail) + capacity + 1 - n) % capacity);
+    const unsigned firstPart = std::min(n, capacity - first);
+    std::memcpy(out, &frames[first], firstPart * sizeof(TessFrameT));
     if (n > firstPart)
         std::memcpy(out + firstPart, &frames[0], (n - firstPart) * sizeof(TessFrameT));
     return n;

@@ -29,12 +29,18 @@ public:
     // number; an empty ring returns 0 and leaves out alone.
     unsigned snapshot(TessFrameT* out, unsigned wanted) const;
 
+    // The same for the newest min(wanted, count) frames, still oldest first.
+    unsigned snapshotNewest(TessFrameT* out, unsigned wanted) const;
+
     // capacity + 2 records, of which capacity are used.
     const std::unique_ptr<TessFrameT[]> frames;
     const uint32_t capacity;
     uint32_t count = 0;
     int32_t head = 0;  // oldest frame
     int32_t tail = -1; // newest frame
+    // Frames appended over the ring's life, overwritten ones included: tells
+    // a reader which frames are new since it last looked.
+    uint64_t appended = 0;
 };
 
 template <typename Keep> void FrameRing::appendIf(const TessFrameT* src, int n, Keep&& keep)
