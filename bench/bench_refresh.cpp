@@ -1,0 +1,372 @@
+// One refresh tick of the main window (snapshot, decode, live point, cells,
+// replot with its painting) for 1 to 32 curves of 5000 and 100000 frames,
+// with the time window showing 1 %, 10 % or all of the frames, in each
+// curve style. Each case runs twice in the same window: with the plot item
+// of the program and with a plain QwtPlotCurve in its place, the baseline.
+// Offscreen, with a plot of 1200x600 pixels. Prints median milliseconds.
+//
+//   bench_refresh                  all cases
+//   bench_refresh --goal           only the cases named by the performance goal
+//   bench_refresh --case 16,100000,all,Steps [--no-baseline]
+//                                  one case, for a profiler
+//   bench_refresh --noise 4        noise of 4 % of the value range (default 0.5)
+
+#include "curvelock.h"
+#include "dataplot.h"
+#include "fastplotcurve.h"
+#include "framedecode.h"
+#include "plotcurve.h"
+#include "tableplotconfig.h"
+#include "tableplotdescription.h"
+#include "timebase.h"
+#include "vistrelmainwindow.h"
+#include "wallclock.h"
+
+#include <qwt_plot_canvas.h>
+#include <qwt_plot_curve.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include <time.h>
+
+namespace {
+
+constexpr double recordSeconds = 100.0;
+constexpr uint64_t ticksPerSecond = 1000000;
+
+// Counts the paint events of the canvas, so that every measured tick is
+// known to have painted.
+class PaintCounter : public QObject
+{
+public:
+    int paints = 0;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint)
+            ++paints;
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+// The raw value of a frame as the layout reads it, from a fraction of the
+// type's range.
+void encodeRaw(const ValueLayout& layout, double fraction, uint8_t* data)
+{
+    fraction = std::clamp(fraction, 0.0, 1.0);
+    uint64_t bits = 0;
+    int size = dataTypeSize(layout.dataType);
+    switch (layout.dataType) {
+    case DataType::Integer8:
+        bits = uint8_t(int8_t(std::lround(-128 + 255 * fraction)));
+        break;
+    case DataType::Unsigned8:
+        bits = uint8_t(std::lround(255 * fraction));
+        break;
+    case DataType::Integer16:
+        bits = uint16_t(int16_t(std::lround(-32768 + 65535 * fraction)));
+        break;
+    case DataType::Unsigned16:
+        bits = uint16_t(std::lround(65535 * fraction));
+        break;
+    case DataType::Integer32:
+        bits = uint32_t(int32_t(std::llround(-2147483648.0 + 4294967295.0 * fraction)));
+        break;
+    case DataType::Unsigned32:
+        bits = uint32_t(std::llround(4294967295.0 * fraction));
+        break;
+    case DataType::Real32: {
+        const float f = float(-100.0 + 200.0 * fraction);
+        uint32_t u;
+        std::memcpy(&u, &f, sizeof u);
+        bits = u;
+        break;
+    }
+    default: {
+        const double d = -100.0 + 200.0 * fraction;
+        std::memcpy(&bits, &d, sizeof bits);
+        size = 8;
+        break;
+    }
+    }
+    for (int i = 0; i < size; ++i) {
+        const int shift = layout.byteOrder == 0 ? 8 * i : 8 * (size - 1 - i);
+        data[layout.bytePos + i] = uint8_t(bits >> shift);
+    }
+}
+
+// Fills the ring with frames spread over recordSeconds: a slow wave with
+// noise (its standard deviation a fraction of the value range) and a spike
+// now and then, as a sensor would send it.
+void fillRing(PlotCurve& curve, unsigned frames, unsigned seed, double noiseFraction)
+{
+    std::mt19937 rng(seed);
+    std::normal_distribution<double> noise(0.0, noiseFraction);
+    const ValueLayout layout = curve.valueLayout();
+    const CurveLock lock(curve.mutex);
+    curve.timestampFrequency = int64_t(ticksPerSecond);
+    curve.timestampStart = 0;
+    for (unsigned i = 0; i < frames; ++i) {
+        TessFrameT f{};
+        f.id = 0x123;
+        f.len = 8;
+        const double t = recordSeconds * (i + 1) / frames;
+        f.timestamp = uint64_t(std::llround(t * ticksPerSecond));
+        double fraction = 0.5 + 0.3 * std::sin(t * 0.3 + seed) + noise(rng);
+        if (i % 997 == 0)
+            fraction = (i / 997) % 2 ? 0.97 : 0.03;
+        encodeRaw(layout, fraction, f.data);
+        curve.ring.append(f);
+    }
+}
+
+// The attributes that the program gives a plot item, copied onto another.
+void copyItemSettings(const QwtPlotCurve& from, QwtPlotCurve& to)
+{
+    to.setTitle(from.title());
+    to.setPen(from.pen());
+    to.setYAxis(from.yAxis());
+    to.setBaseline(from.baseline());
+    to.setStyle(from.style());
+    to.setCurveAttribute(QwtPlotCurve::Inverted, from.testCurveAttribute(QwtPlotCurve::Inverted));
+    for (const auto attribute : {QwtPlotCurve::ClipPolygons, QwtPlotCurve::FilterPoints})
+        to.setPaintAttribute(attribute, from.testPaintAttribute(attribute));
+    to.setRenderHint(QwtPlotItem::RenderAntialiased, from.testRenderHint(QwtPlotItem::RenderAntialiased));
+    to.setZ(from.z());
+}
+
+// Each curve with its own item and a plain QwtPlotCurve set up alike; one
+// of the two is attached and is the curve's plotItem at a time.
+class ItemSwitch
+{
+public:
+    explicit ItemSwitch(VistrelMainWindow& window) : window(window)
+    {
+        for (const QSharedPointer<PlotCurve>& curve : qAsConst(window.curves)) {
+            own.push_back(curve->plotItem);
+            plain.push_back(std::make_unique<QwtPlotCurve>());
+        }
+    }
+    ~ItemSwitch() { use(false); }
+
+    void use(bool usePlain)
+    {
+        for (int i = 0; i < window.curves.size(); ++i) {
+            PlotCurve& curve = *window.curves[i];
+            QwtPlotCurve* wanted = usePlain ? plain[size_t(i)].get() : own[size_t(i)];
+            if (curve.plotItem == wanted)
+                continue;
+            copyItemSettings(*curve.plotItem, *wanted);
+            wanted->setRawSamples(curve.xValues.get(), curve.yValues.get(), int(curve.plotItem->dataSize()));
+            curve.plotItem->detach();
+            wanted->attach(window.plot);
+            curve.plotItem = wanted;
+        }
+    }
+
+private:
+    VistrelMainWindow& window;
+    std::vector<QwtPlotCurve*> own;
+    std::vector<std::unique_ptr<QwtPlotCurve>> plain;
+};
+
+struct Window
+{
+    const char* name;
+    int sliderIndex;
+};
+
+// CPU time of this thread in ms: what a tick costs, also on a machine
+// where other processes take turns with it.
+double threadMs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
+}
+
+struct Cost
+{
+    double cpu;  // median ms of thread CPU time
+    double wall; // median ms of wall time
+};
+
+double median(std::vector<double> v)
+{
+    std::sort(v.begin(), v.end());
+    return v[v.size() / 2];
+}
+
+// Median ms of a replot alone, with its painting.
+
+double measureReplots(VistrelMainWindow& window)
+{
+    std::vector<double> ms;
+    for (int i = 0; i < 9; ++i) {
+        QElapsedTimer timer;
+        timer.start();
+        window.plot->replot();
+        ms.push_back(double(timer.nsecsElapsed()) / 1e6);
+    }
+    return median(ms);
+}
+
+// Medians over the ticks; at least 5, more while under a second, at most 15.
+Cost measureTicks(VistrelMainWindow& window, PaintCounter& counter, bool* paintedEveryTick)
+{
+    std::vector<double> ms;
+    std::vector<double> cpu;
+    QElapsedTimer total;
+    total.start();
+    *paintedEveryTick = true;
+    for (int tick = 0; tick < 17; ++tick) {
+        // The record ends at the present, whenever the tick runs.
+        window.setTimeOrigin(wallClockSeconds() - recordSeconds);
+        const int paintsBefore = counter.paints;
+        QElapsedTimer timer;
+        const double cpuBefore = threadMs();
+        timer.start();
+        window.slotTimeout();
+        const double elapsed = double(timer.nsecsElapsed()) / 1e6;
+        const double cpuElapsed = threadMs() - cpuBefore;
+        if (counter.paints != paintsBefore + 1)
+            *paintedEveryTick = false;
+        if (tick >= 2) { // warm-up
+            ms.push_back(elapsed);
+            cpu.push_back(cpuElapsed);
+        }
+        if (ms.size() >= 5 && total.elapsed() > 1000)
+            break;
+    }
+    return {median(cpu), median(ms)};
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // The bench needs no bus and no settings of the user.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QTemporaryDir configDir;
+    const QString driverConfig = configDir.filePath("tessbus.conf");
+    QFile(driverConfig).open(QIODevice::WriteOnly);
+    qputenv("TESSBUS_CONFIG", driverConfig.toLocal8Bit());
+    QStandardPaths::setTestModeEnabled(true);
+
+    QApplication app(argc, argv);
+    const QStringList arguments = app.arguments();
+    const int noiseAt = arguments.indexOf("--noise");
+    const double noisePercent =
+        noiseAt > 0 && noiseAt + 1 < arguments.size() ? arguments[noiseAt + 1].toDouble() : 0.5;
+    const bool goalOnly = arguments.contains("--goal");
+    const bool withBaseline = !arguments.contains("--no-baseline");
+    const int caseAt = arguments.indexOf("--case");
+    const QStringList only =
+        caseAt > 0 && caseAt + 1 < arguments.size() ? arguments[caseAt + 1].split(',') : QStringList();
+    const auto selected = [&only](int curves, unsigned plotSize, const char* view, const char* style) {
+        return only.size() != 4 || (only[0].toInt() == curves && only[1].toUInt() == plotSize &&
+                                    only[2] == view && only[3] == style);
+    };
+
+    VistrelMainWindow window;
+    window.show();
+    window.plot->setFixedSize(1200, 600);
+    auto* canvas = qobject_cast<QwtPlotCanvas*>(window.plot->canvas());
+    // The tick's replot paints at once instead of at the next paint event,
+    // so that the painting is part of the measured tick.
+    canvas->setPaintAttribute(QwtPlotCanvas::ImmediatePaint, true);
+    PaintCounter counter;
+    canvas->installEventFilter(&counter);
+    QApplication::processEvents();
+
+    std::printf("Refresh tick: snapshot, decode, live point, cells, replot and paint; offscreen.\n");
+    std::printf("Plot %dx%d, canvas %dx%d; %g s of frames: a slow wave with %g %% noise and spikes.\n",
+                window.plot->width(), window.plot->height(), canvas->contentsRect().width(),
+                canvas->contentsRect().height(), recordSeconds, noisePercent);
+    std::printf("Medians of the ticks in ms of CPU time of the user interface thread (wall time for the\n"
+                "item beside it); the windows show the last 1 s, 10 s and 100 s.\n");
+    std::printf("baseline: a plain QwtPlotCurve as plot item; item: FastPlotCurve.\n\n");
+    std::printf("A replot of the plot without curves: %.2f ms.\n\n", measureReplots(window));
+    std::printf("%6s %9s %7s %7s %12s %8s %7s %13s %15s\n", "curves", "plotSize", "window", "style",
+                "baseline ms", "item ms", "ratio", "item wall ms", "item replot ms");
+
+    const Window windows[] = {{"1 %", 6}, {"10 %", 9}, {"all", 12}};
+    const struct
+    {
+        const char* name;
+        int index;
+    } styles[] = {{"Steps", 0}, {"Lines", 1}, {"Sticks", 2}};
+    const std::vector<int> curveCounts =
+        goalOnly ? std::vector<int>{8, 16, 32} : std::vector<int>{1, 8, 16, 32};
+    bool allPainted = true;
+    bool layoutShown = false;
+
+    for (const unsigned plotSize : {5000u, 100000u}) {
+        for (const int curves : curveCounts) {
+            if (goalOnly && (plotSize == 5000) != (curves == 8))
+                continue;
+            if (only.size() == 4 && (only[0].toInt() != curves || only[1].toUInt() != plotSize))
+                continue;
+            while (!window.curves.isEmpty()) {
+                window.tableConfig->removeCurveRow(0);
+                window.tableDescription->removeRow(0);
+                window.eraseCurve(0);
+            }
+            window.plotSize = plotSize;
+            for (int i = 0; i < curves; ++i)
+                window.projectAddCurve();
+            for (int i = 0; i < curves; ++i)
+                fillRing(*window.curves[i], plotSize, unsigned(i + 1), noisePercent / 100.0);
+            if (!layoutShown) {
+                const ValueLayout layout = window.curves[0]->valueLayout();
+                std::printf("(rows as projectAddCurve makes them: data type %d, scale %g, offset %g)\n",
+                            layout.dataType, layout.scale, layout.offset);
+                layoutShown = true;
+            }
+
+            ItemSwitch items(window);
+            for (const Window& view : windows) {
+                window.sliderTimeBase->setValue(view.sliderIndex);
+                for (const auto& style : styles) {
+                    if (!selected(curves, plotSize, view.name, style.name))
+                        continue;
+                    for (const QSharedPointer<PlotCurve>& curve : qAsConst(window.curves))
+                        window.plot->setCurveStyle(curve.data(), true, style.index);
+                    bool painted = false;
+                    Cost baseline{0.0, 0.0};
+                    if (withBaseline) {
+                        items.use(true);
+                        baseline = measureTicks(window, counter, &painted);
+                        allPainted = allPainted && painted;
+                    }
+                    items.use(false);
+                    const Cost own = measureTicks(window, counter, &painted);
+                    allPainted = allPainted && painted;
+                    const double replot = measureReplots(window);
+
+                    std::printf("%6d %9u %7s %7s %12.2f %8.2f %6.1fx %13.2f %15.2f\n", curves, plotSize,
+                                view.name, style.name, baseline.cpu, own.cpu, baseline.cpu / own.cpu,
+                                own.wall, replot);
+                    std::fflush(stdout);
+                }
+            }
+        }
+    }
+    if (!allPainted)
+        std::printf("\nWARNING: some ticks did not paint the canvas exactly once.\n");
+    return 0;
+}

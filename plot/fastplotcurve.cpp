@@ -1,0 +1,350 @@
+#include "fastplotcurve.h"
+
+#include <qwt_clipper.h>
+#include <qwt_painter.h>
+#include <qwt_point_data.h>
+#include <qwt_scale_map.h>
+#include <qwt_symbol.h>
+
+#include <QPaintEngine>
+#include <QPainter>
+#include <QPolygonF>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace {
+
+// Cuts a line from a to b to a rectangle as Qwt's polygon clipper cuts each
+// edge of a polyline: edge by edge, left, right, top, bottom, with its
+// formulas, so that a cut line ends where Qwt's does. False when nothing is
+// left.
+bool clipAsQwt(QPointF& a, QPointF& b, const QRectF& rect)
+{
+    const double left = rect.x();
+    const double right = rect.x() + rect.width();
+    const double top = rect.y();
+    const double bottom = rect.y() + rect.height();
+    // Qwt intersects from the later point p1 back to the earlier p2.
+    const auto atX = [](const QPointF& p1, const QPointF& p2, double x) {
+        const double dy = (p1.y() - p2.y()) / double(p1.x() - p2.x());
+        return QPointF(x, p2.y() + (x - p2.x()) * dy);
+    };
+    const auto atY = [](const QPointF& p1, const QPointF& p2, double y) {
+        const double dx = (p1.x() - p2.x()) / double(p1.y() - p2.y());
+        return QPointF(p2.x() + (y - p2.y()) * dx, y);
+    };
+    for (int edge = 0; edge < 4; ++edge) {
+        const auto inside = [edge, left, right, top, bottom](const QPointF& p) {
+            switch (edge) {
+            case 0:
+                return p.x() >= left;
+            case 1:
+                return p.x() <= right;
+            case 2:
+                return p.y() >= top;
+            default:
+                return p.y() <= bottom;
+            }
+        };
+        const bool aInside = inside(a);
+        const bool bInside = inside(b);
+        if (aInside && bInside)
+            continue;
+        if (!aInside && !bInside)
+            return false;
+        const QPointF cut = edge == 0   ? atX(b, a, left)
+                            : edge == 1 ? atX(b, a, right)
+                            : edge == 2 ? atY(b, a, top)
+                                        : atY(b, a, bottom);
+        (aInside ? b : a) = cut;
+    }
+    return true;
+}
+
+} // namespace
+
+FastPlotCurve::FastPlotCurve(const QString& title) : QwtPlotCurve(title) {}
+
+bool FastPlotCurve::rawArrays(const double** x, const double** y) const
+{
+    if (const auto* raw = dynamic_cast<const QwtCPointerData*>(data())) {
+        *x = raw->xData();
+        *y = raw->yData();
+        return true;
+    }
+    if (const auto* arrays = dynamic_cast<const QwtPointArrayData*>(data())) {
+        *x = arrays->xData().constData();
+        *y = arrays->yData().constData();
+        return true;
+    }
+    return false;
+}
+
+bool FastPlotCurve::reducible(const QwtScaleMap& xMap, const QwtScaleMap& yMap) const
+{
+    const CurveStyle curveStyle = style();
+    if (curveStyle != Lines && curveStyle != Steps && curveStyle != Sticks)
+        return false;
+    if (curveStyle == Lines && testCurveAttribute(Fitted) && curveFitter())
+        return false;
+    // A dash pattern runs along the whole path, a brush fills below all of
+    // it, and symbols sit on every sample.
+    if (pen().style() != Qt::SolidLine || brush().style() != Qt::NoBrush)
+        return false;
+    if (symbol() && symbol()->style() != QwtSymbol::NoSymbol)
+        return false;
+    return orientation() == Qt::Vertical && !xMap.transformation() && !yMap.transformation();
+}
+
+bool FastPlotCurve::paintsWholePixels(const QPainter* painter) const
+{
+    // Sticks are never antialiased, whatever the painter says.
+    if (style() != Sticks && painter->testRenderHint(QPainter::Antialiasing))
+        return false;
+    // A wider pen covers more than the line's own pixels; a translucent one,
+    // and a thinner one, which Qt paints faintly, would show how often a
+    // pixel is painted.
+    const QPen& linePen = pen();
+    if ((linePen.widthF() != 1.0 && linePen.widthF() != 0.0) || linePen.brush().style() != Qt::SolidPattern ||
+        linePen.color().alpha() != 255)
+        return false;
+    if (painter->opacity() != 1.0 || painter->compositionMode() != QPainter::CompositionMode_SourceOver)
+        return false;
+    const QPaintEngine* engine = painter->paintEngine();
+    if (!engine || engine->type() != QPaintEngine::Raster)
+        return false;
+    const QTransform transform = painter->deviceTransform();
+    return transform.type() <= QTransform::TxTranslate && transform.dx() == std::floor(transform.dx()) &&
+           transform.dy() == std::floor(transform.dy());
+}
+
+void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
+                               const QRectF& canvasRect, int from, int to) const
+{
+    const int size = static_cast<int>(dataSize());
+    const double* x = nullptr;
+    const double* y = nullptr;
+    if (!painter || size <= 0 || !rawArrays(&x, &y) || !reducible(xMap, yMap)) {
+        QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to);
+        return;
+    }
+    if (to < 0)
+        to = size - 1;
+    from = qBound(0, from, size - 1);
+    to = qBound(0, to, size - 1);
+    if (from > to)
+        std::swap(from, to);
+
+    // Values that aren't finite have no defined pixels. A wide pen strokes
+    // them into shapes anywhere on the canvas, also from samples outside
+    // the window, unless the polygon is clipped first; only the plain
+    // drawing of all samples draws those the same.
+    const double width = pen().widthF();
+    if (width > 1.0 && !testPaintAttribute(ClipPolygons) && !finiteValues(y, from, to)) {
+        QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to);
+        return;
+    }
+
+    // Times that aren't finite have no pixel column either. On sorted
+    // times they can only stand at the ends.
+    const bool sorted = timeOrder(x, from, to) != TimeOrder::Unsorted;
+    if (sorted ? !std::isfinite(x[from]) || !std::isfinite(x[to]) : !finiteValues(x, from, to)) {
+        QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to);
+        return;
+    }
+
+    // A line can touch the canvas from up to a pen's width outside it.
+    const double margin = std::max(1.0, width) + 2.0;
+    if (sorted) {
+        const IndexRange visible =
+            visibleRange(x, from, to, xMap, canvasRect.left() - margin, canvasRect.right() + margin);
+        from = visible.from;
+        to = visible.to;
+    }
+
+    if (QwtPainter::roundingAlignment(painter)) {
+        const bool wholePixels = paintsWholePixels(painter);
+        const PixelColumns columns(xMap, yMap, !wholePixels);
+        bool reduced = false;
+        switch (style()) {
+        case Lines:
+            reduced = columns.lines(x, y, from, to, sorted, runs);
+            break;
+        case Steps:
+            // On a vertically oriented curve, Qwt's steps go vertically
+            // first unless the curve is Inverted.
+            reduced = columns.steps(x, y, from, to, sorted, !testCurveAttribute(Inverted), runs);
+            break;
+        default:
+            reduced = std::isfinite(baseline()) && columns.sticks(x, y, from, to, sorted, runs);
+            break;
+        }
+        if (reduced) {
+            const double baseRow = style() == Sticks ? columns.stickRow(baseline()) : 0.0;
+            if (wholePixels)
+                drawSpans(painter, canvasRect, baseRow, sorted);
+            else if (style() == Sticks)
+                drawSticks(painter, baseRow);
+            else
+                drawPolyline(painter, canvasRect);
+            return;
+        }
+    }
+    QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to);
+}
+
+void FastPlotCurve::drawSpans(QPainter* painter, const QRectF& canvasRect, double baseRow, bool sorted) const
+{
+    // Nothing beyond a few pixels around the canvas can be seen; holding
+    // the spans there keeps their sizes within int.
+    const double left = std::floor(canvasRect.left()) - 4.0;
+    const double right = std::ceil(canvasRect.right()) + 4.0;
+    const double top = std::floor(canvasRect.top()) - 4.0;
+    const double bottom = std::ceil(canvasRect.bottom()) + 4.0;
+    const bool isSticks = style() == Sticks;
+
+    spans.clear();
+    lines.clear();
+    // A polyline whose vertices all coincide has no line to draw.
+    if (!isSticks && runs.size() == 1 && runs.front().low == runs.front().high)
+        return;
+
+    // The lines on from each column to the next. Their ends lie in the
+    // columns' spans; in between, a step is a row of pixels.
+    const double width = std::max(1.0, pen().widthF());
+    const QRectF clipRect = canvasRect.adjusted(-width, -width, width, width);
+    const auto inside = [&clipRect](const QPointF& p) {
+        return p.x() >= clipRect.left() && p.x() <= clipRect.right() && p.y() >= clipRect.top() &&
+               p.y() <= clipRect.bottom();
+    };
+    for (size_t i = 0; !isSticks && i + 1 < runs.size(); ++i) {
+        ColumnRun& run = runs[i];
+        ColumnRun& next = runs[i + 1];
+        if (style() == Steps) {
+            const double x0 = std::max(std::min(run.x, next.x) + 1.0, left);
+            const double x1 = std::min(std::max(run.x, next.x) - 1.0, right);
+            if (x0 <= x1 && run.last >= top && run.last <= bottom)
+                spans.emplace_back(int(x0), int(run.last), int(x1 - x0) + 1, 1);
+            continue;
+        }
+        QPointF a(run.x, run.last);
+        QPointF b(next.x, next.first);
+        if (std::abs(run.x - next.x) == 1.0 && inside(a) && inside(b)) {
+            // Between neighbouring columns Qt draws the line as pixels of the
+            // left column, from its end there to the row before the end in
+            // the right column, whose pixel the right column has.
+            ColumnRun& leftRun = run.x < next.x ? run : next;
+            const double from = run.x < next.x ? run.last : next.first;
+            const double to = run.x < next.x ? next.first : run.last;
+            if (to > from)
+                leftRun.high = std::max(leftRun.high, to - 1.0);
+            else if (to < from)
+                leftRun.low = std::min(leftRun.low, to + 1.0);
+            continue;
+        }
+        if (testPaintAttribute(ClipPolygons) && !clipAsQwt(a, b, clipRect))
+            continue;
+        lines.emplace_back(a, b);
+    }
+
+    // What each column covers: a stick runs from the baseline to its sample,
+    // both ends included; a line runs between its extremes.
+    const auto band = [&](const ColumnRun& run, int* lo, int* hi) {
+        const double low = isSticks ? std::min(baseRow, run.low) : run.low;
+        const double high = isSticks ? std::max(baseRow, run.high) : run.high;
+        if (run.x < left || run.x > right)
+            return false;
+        *lo = int(std::max(low, top));
+        *hi = int(std::min(high, bottom));
+        return *lo <= *hi;
+    };
+    int lo = 0;
+    int hi = 0;
+    if (sorted) {
+        // Columns come one after the other; rows they share become runs.
+        columnSpans.clear();
+        const bool ascending = runs.front().x <= runs.back().x;
+        for (size_t k = 0; k < runs.size(); ++k) {
+            const ColumnRun& run = runs[ascending ? k : runs.size() - 1 - k];
+            if (band(run, &lo, &hi))
+                columnSpans.push_back({int(run.x), lo, hi});
+        }
+        rowRuns.toRects(columnSpans, int(top), int(bottom), &spans);
+    } else {
+        for (const ColumnRun& run : runs) {
+            if (band(run, &lo, &hi))
+                spans.emplace_back(int(run.x), lo, 1, hi - lo + 1);
+        }
+    }
+
+    // Made again only when the pen changes, so that a replot allocates
+    // nothing here.
+    if (pen() != pensOf) {
+        pensOf = pen();
+        // Without caps a line leaves out its far end, which the next
+        // column's span covers.
+        flatPen = pensOf;
+        flatPen.setCapStyle(Qt::FlatCap);
+        spanBrush = QBrush(pensOf.color());
+    }
+
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing, false);
+    if (!lines.empty()) {
+        painter->setPen(flatPen);
+        painter->drawLines(lines.data(), static_cast<int>(lines.size()));
+    }
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(spanBrush);
+    painter->drawRects(spans.data(), static_cast<int>(spans.size()));
+    painter->restore();
+}
+
+void FastPlotCurve::drawPolyline(QPainter* painter, const QRectF& canvasRect) const
+{
+    vertices.clear();
+    const auto append = [this](double x, double y) {
+        if (vertices.empty() || vertices.back().x() != x || vertices.back().y() != y)
+            vertices.emplace_back(x, y);
+    };
+    for (const ColumnRun& run : runs) {
+        append(run.x, run.first);
+        append(run.x, run.lowFirst ? run.low : run.high);
+        append(run.x, run.lowFirst ? run.high : run.low);
+        append(run.x, run.last);
+    }
+
+    painter->save();
+    painter->setPen(pen());
+    if (testPaintAttribute(ClipPolygons)) {
+        // The same clip as the plain drawing, so that cut lines end alike.
+        const qreal width = std::max(qreal(1.0), painter->pen().widthF());
+        const QRectF clipRect = canvasRect.adjusted(-width, -width, width, width);
+        QPolygonF polygon(static_cast<int>(vertices.size()));
+        std::copy(vertices.cbegin(), vertices.cend(), polygon.begin());
+        QwtPainter::drawPolyline(painter, QwtClipper::clipPolygonF(clipRect, polygon, false));
+    } else {
+        QwtPainter::drawPolyline(painter, vertices.data(), static_cast<int>(vertices.size()));
+    }
+    painter->restore();
+}
+
+void FastPlotCurve::drawSticks(QPainter* painter, double baseRow) const
+{
+    // Every stick of a column starts at the baseline, so the two that reach
+    // farthest cover all the others.
+    lines.clear();
+    for (const ColumnRun& run : runs) {
+        lines.emplace_back(run.x, baseRow, run.x, run.low);
+        if (run.high != run.low)
+            lines.emplace_back(run.x, baseRow, run.x, run.high);
+    }
+    painter->save();
+    painter->setPen(pen());
+    // As in the plain drawing: sticks are never antialiased.
+    painter->setRenderHint(QPainter::Antialiasing, false);
+    painter->drawLines(lines.data(), static_cast<int>(lines.size()));
+    painter->restore();
+}

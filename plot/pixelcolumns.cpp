@@ -1,0 +1,338 @@
+#include "pixelcolumns.h"
+
+#include <QtGlobal>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace {
+
+// Beyond this, qRound has no defined result. Coordinates that far out lie
+// far outside any canvas; holding them here keeps steps and sticks, whose
+// edges are axis-parallel, exactly as they show. The callers give no NaN;
+// one would end at the lower limit.
+constexpr double coordinateLimit = 1073741824.0; // 2^30
+
+inline double roundQ(double v)
+{
+    if (v > coordinateLimit)
+        v = coordinateLimit;
+    else if (!(v >= -coordinateLimit))
+        v = -coordinateLimit;
+    return static_cast<double>(qRound(v));
+}
+
+// floor(v + 0.5) for v >= 0, ceil(v - 0.5) below, as Qwt's point mapper
+// rounds; truncation is the one and the other, without a call.
+inline double roundHalfAway(double v)
+{
+    constexpr double whole = 4503599627370496.0; // 2^52: from here on every double is whole
+    if (v >= 0.0) {
+        const double t = v + 0.5;
+        return t < whole ? static_cast<double>(static_cast<int64_t>(t)) : std::floor(t);
+    }
+    const double t = v - 0.5;
+    return t > -whole ? static_cast<double>(static_cast<int64_t>(t)) : std::ceil(t);
+}
+
+// The smallest index in [lo, hi) where holds() is false, or hi; holds() is
+// true on a prefix of the range and false on the rest.
+template <typename Holds> int endOfPrefix(int lo, int hi, Holds holds)
+{
+    while (lo < hi) {
+        const int mid = lo + (hi - lo) / 2;
+        if (holds(mid))
+            lo = mid + 1;
+        else
+            hi = mid;
+    }
+    return lo;
+}
+
+// Whether x never rises (Falls) or never falls over [from, to]. Counted
+// without an early exit so that the loop stays branch-free; the caller asks
+// in blocks. NaN breaks either order.
+template <bool Falls> bool monotonic(const double* x, int from, int to)
+{
+    int i = from;
+#if defined(__SSE2__)
+    __m128d broken = _mm_setzero_pd();
+    for (; i + 2 <= to; i += 2) {
+        const __m128d a = _mm_loadu_pd(x + i);
+        const __m128d b = _mm_loadu_pd(x + i + 1);
+        broken = _mm_or_pd(broken, Falls ? _mm_cmpnge_pd(a, b) : _mm_cmpnle_pd(a, b));
+    }
+    if (_mm_movemask_pd(broken) != 0)
+        return false;
+#endif
+    int breaks = 0;
+    for (; i < to; ++i)
+        breaks += Falls ? !(x[i] >= x[i + 1]) : !(x[i] <= x[i + 1]);
+    return breaks == 0;
+}
+
+// The smallest and largest of v[from..to]; false when a value there isn't
+// finite.
+bool extremes(const double* v, int from, int to, double* low, double* high)
+{
+    int k = from;
+    double lo = v[from];
+    double hi = v[from];
+    bool finite = true;
+#if defined(__SSE2__)
+    if (to - from >= 8) {
+        __m128d lo0 = _mm_set1_pd(lo);
+        __m128d hi0 = lo0;
+        __m128d lo1 = lo0;
+        __m128d hi1 = lo0;
+        __m128d bad = _mm_setzero_pd();
+        for (; k + 3 <= to; k += 4) {
+            const __m128d a = _mm_loadu_pd(v + k);
+            const __m128d b = _mm_loadu_pd(v + k + 2);
+            bad = _mm_or_pd(bad, _mm_or_pd(_mm_cmpunord_pd(a, a), _mm_cmpunord_pd(b, b)));
+            lo0 = _mm_min_pd(lo0, a);
+            hi0 = _mm_max_pd(hi0, a);
+            lo1 = _mm_min_pd(lo1, b);
+            hi1 = _mm_max_pd(hi1, b);
+        }
+        lo0 = _mm_min_pd(lo0, lo1);
+        hi0 = _mm_max_pd(hi0, hi1);
+        double l[2];
+        double h[2];
+        _mm_storeu_pd(l, lo0);
+        _mm_storeu_pd(h, hi0);
+        lo = std::min(l[0], l[1]);
+        hi = std::max(h[0], h[1]);
+        finite = _mm_movemask_pd(bad) == 0;
+    }
+#endif
+    for (; k <= to; ++k) {
+        const double x = v[k];
+        finite = finite && x == x;
+        lo = x < lo ? x : lo;
+        hi = x > hi ? x : hi;
+    }
+    *low = lo;
+    *high = hi;
+    // Infinities end up among the extremes.
+    return finite && std::isfinite(lo) && std::isfinite(hi);
+}
+
+// The same, with the index of the first smallest and first largest value.
+bool extremesAt(const double* v, int from, int to, int* lowAt, int* highAt)
+{
+    double lo = v[from];
+    double hi = v[from];
+    *lowAt = from;
+    *highAt = from;
+    bool finite = true;
+    for (int k = from; k <= to; ++k) {
+        const double x = v[k];
+        finite = finite && std::isfinite(x);
+        if (x < lo) {
+            lo = x;
+            *lowAt = k;
+        }
+        if (x > hi) {
+            hi = x;
+            *highAt = k;
+        }
+    }
+    return finite;
+}
+
+template <typename Test> bool holdsInBlocks(const double* x, int from, int to, Test test)
+{
+    constexpr int block = 1024;
+    for (int start = from; start < to; start += block) {
+        if (!test(x, start, std::min(start + block, to)))
+            return false;
+    }
+    return true;
+}
+
+// Finds where the pixel column of sample i ends: the last index j in
+// [i, to] whose sample lies in it. On sorted times a column can't come
+// back; columns of a curve tend to hold alike many samples, so the search
+// first looks where a column as long as the last one would end, and from
+// there gallops and bisects. Otherwise it goes sample by sample. The
+// column of sample j + 1, which the search has seen, goes to *nextColumn.
+template <typename PixelX>
+int lastInColumn(int i, int to, double column, bool sortedTimes, int guess, PixelX pixelX, double* nextColumn)
+{
+    int j = i; // known to lie in the column
+    if (!sortedTimes) {
+        while (j < to) {
+            const double next = pixelX(j + 1);
+            if (next != column) {
+                *nextColumn = next;
+                break;
+            }
+            ++j;
+        }
+        return j;
+    }
+    int outside = to + 1; // known to lie beyond it, or the end
+    double outsideColumn = column;
+    const auto probe = [&](int k) {
+        const double at = pixelX(k);
+        if (at == column) {
+            j = k;
+            return true;
+        }
+        outside = k;
+        outsideColumn = at;
+        return false;
+    };
+    const int expectedLast = std::min(to, i + std::max(1, guess) - 1);
+    if (expectedLast > j && !probe(expectedLast)) {
+        // Shorter than the last one: back from there.
+        while (outside - j > 1 && !probe(outside - 1)) {
+        }
+    } else {
+        // At least as long: one more, then in growing steps.
+        int step = 1;
+        while (j + step <= to && probe(j + step))
+            step *= 2;
+    }
+    while (outside - j > 1) {
+        const int mid = j + (outside - j) / 2;
+        probe(mid);
+    }
+    if (j < to)
+        *nextColumn = outsideColumn;
+    return j;
+}
+
+} // namespace
+
+bool finiteValues(const double* v, int from, int to)
+{
+    double low;
+    double high;
+    return extremes(v, from, to, &low, &high);
+}
+
+TimeOrder timeOrder(const double* x, int from, int to)
+{
+    if (holdsInBlocks(x, from, to, monotonic<true>))
+        return TimeOrder::Falling;
+    if (holdsInBlocks(x, from, to, monotonic<false>))
+        return TimeOrder::Rising;
+    return TimeOrder::Unsorted;
+}
+
+IndexRange visibleRange(const double* x, int from, int to, const QwtScaleMap& xMap, double left, double right)
+{
+    // The pixels run the way the times do, or the other way round when the
+    // map turns them; the ends tell which.
+    const bool pixelsFall = xMap.transform(x[from]) > xMap.transform(x[to]);
+    const auto beyondLeft = [&](int i) { return xMap.transform(x[i]) < left; };
+    const auto beyondRight = [&](int i) { return xMap.transform(x[i]) > right; };
+    const auto notBeyondLeft = [&](int i) { return !beyondLeft(i); };
+    const auto notBeyondRight = [&](int i) { return !beyondRight(i); };
+
+    // [from, first) lies beyond the edge that comes first, [last, to] beyond
+    // the other one.
+    int first;
+    int last;
+    if (pixelsFall) {
+        first = endOfPrefix(from, to + 1, beyondRight);
+        last = endOfPrefix(first, to + 1, notBeyondLeft);
+    } else {
+        first = endOfPrefix(from, to + 1, beyondLeft);
+        last = endOfPrefix(first, to + 1, notBeyondRight);
+    }
+    return {std::max(from, first - 1), std::min(to, last)};
+}
+
+template <PixelColumns::Rounding R>
+bool PixelColumns::columnRuns(const double* x, const double* y, int from, int to, bool sortedTimes,
+                              int before, int after, std::vector<ColumnRun>& out) const
+{
+    const auto round = [](double v) {
+        if constexpr (R == Rounding::QRound)
+            return roundQ(v);
+        else
+            return roundHalfAway(v);
+    };
+    const auto pixelX = [&](int i) { return round(xMap.transform(x[i])); };
+    const auto pixelY = [&](double value) { return round(yMap.transform(value)); };
+
+    out.clear();
+    int i = from;
+    double column = pixelX(i);
+    int guess = 1;
+    while (i <= to) {
+        double nextColumn = column;
+        const int j = lastInColumn(i, to, column, sortedTimes, guess, pixelX, &nextColumn);
+
+        // The vertices in this column: samples i..j, and with steps the
+        // corner that carries the value of the neighbouring sample.
+        const int s = i > from ? i - before : i;
+        const int e = j < to ? j + after : j;
+        ColumnRun run;
+        double rowA;
+        double rowB;
+        if (ordered) {
+            int lowAt;
+            int highAt;
+            if (!extremesAt(y, s, e, &lowAt, &highAt))
+                return false;
+            // In the order in which the line reaches them.
+            rowA = pixelY(y[std::min(lowAt, highAt)]);
+            rowB = pixelY(y[std::max(lowAt, highAt)]);
+        } else {
+            double lowValue;
+            double highValue;
+            if (!extremes(y, s, e, &lowValue, &highValue))
+                return false;
+            rowA = pixelY(lowValue);
+            rowB = pixelY(highValue);
+        }
+        run.x = column;
+        run.first = pixelY(y[s]);
+        run.last = pixelY(y[e]);
+        // The value map may turn values upside down.
+        run.low = std::min(rowA, rowB);
+        run.high = std::max(rowA, rowB);
+        run.lowFirst = rowA <= rowB;
+        out.push_back(run);
+        guess = j - i + 1;
+        i = j + 1;
+        column = nextColumn;
+    }
+    return true;
+}
+
+bool PixelColumns::lines(const double* x, const double* y, int from, int to, bool sortedTimes,
+                         std::vector<ColumnRun>& out) const
+{
+    return columnRuns<Rounding::HalfAway>(x, y, from, to, sortedTimes, 0, 0, out);
+}
+
+bool PixelColumns::steps(const double* x, const double* y, int from, int to, bool sortedTimes,
+                         bool verticalFirst, std::vector<ColumnRun>& out) const
+{
+    // Vertical first: the corner after sample k sits in k's column at the
+    // value of k + 1. Across first: the corner before sample k sits in k's
+    // column at the value of k - 1.
+    return columnRuns<Rounding::QRound>(x, y, from, to, sortedTimes, verticalFirst ? 0 : 1,
+                                        verticalFirst ? 1 : 0, out);
+}
+
+bool PixelColumns::sticks(const double* x, const double* y, int from, int to, bool sortedTimes,
+                          std::vector<ColumnRun>& out) const
+{
+    return columnRuns<Rounding::QRound>(x, y, from, to, sortedTimes, 0, 0, out);
+}
+
+double PixelColumns::stickRow(double value) const
+{
+    return roundQ(yMap.transform(value));
+}
