@@ -1,6 +1,7 @@
 #include "plotcurve.h"
 
 #include "dataplot.h"
+#include "fastplotcurve.h"
 #include "netinfo.h"
 #include "timestampedread.h"
 #include "vistrelmainwindow.h"
@@ -49,15 +50,15 @@ PlotCurve::PlotCurve(VistrelMainWindow* mainWindow, const QColor& color, const Q
       mainWindow(mainWindow), color(color), name(name), unit(unit), net(net), baud(baud), canId(canId),
       bytePos(pos - 1), mask(mask), dataType(dataType), byteOrder(byteOrder), axis(axis), style(style)
 {
-    plotItem = new QwtPlotCurve(name);
+    plotItem = new FastPlotCurve(name);
     // By name, so that an alpha channel is dropped.
     plotItem->setPen(QPen(QColor(color.name()), mainWindow->lineWidth));
     plotItem->setYAxis(axis != 0 ? QwtPlot::yRight : QwtPlot::yLeft);
     // Sticks rise from the value that a raw 0 has.
     plotItem->setBaseline(offset);
-    // The arrays run newest first: inverted steps hold each value from its
-    // own time until the next sample, as plain steps would on ascending time.
-    plotItem->setCurveAttribute(QwtPlotCurve::Inverted);
+    // The arrays run newest first. A curve is oriented vertically by
+    // default, and Qwt's steps then hold each value from its own time until
+    // the next sample; the Inverted attribute would turn that round.
     mainWindow->plot->setCurveStyle(this, visible, style);
 
     if (clearArrays) {
@@ -266,4 +267,55 @@ void PlotCurve::readWithSoftwareTime()
         const CurveLock lock(mutex);
         appendFrames(rxFramesT, count);
     }
+}
+
+PlotCurve::Points PlotCurve::updatePoints()
+{
+    unsigned n;
+    unsigned fresh;
+    int64_t start;
+    int64_t frequency;
+    {
+        CurveLock lock(mutex);
+        n = ring.count;
+        const uint64_t added = ring.appended - pointsUpTo;
+        fresh = added >= n ? n : unsigned(added);
+        ring.snapshotNewest(frameCopy.get(), fresh);
+        pointsUpTo = ring.appended;
+        start = timestampStart;
+        frequency = timestampFrequency;
+    }
+
+    double* const x = xValues.get() + 1;
+    double* const y = yValues.get() + 1;
+    // Of the points held, the newest `kept` stay and move down behind the
+    // fresh ones; the oldest leave the curve with the frames the ring lost.
+    const unsigned kept = n - fresh;
+    double lowest = points.lowest;
+    double highest = points.highest;
+    bool rescan = kept == 0;
+    for (unsigned i = kept; i < points.count && !rescan; ++i)
+        rescan = y[i] <= lowest || y[i] >= highest; // an extreme leaves
+    if (kept > 0 && fresh > 0) {
+        std::memmove(x + fresh, x, kept * sizeof(double));
+        std::memmove(y + fresh, y, kept * sizeof(double));
+    }
+
+    const DecodeSummary summary =
+        decodeFramesNewestFirst(valueLayout(), frameCopy.get(), fresh, uint64_t(start), uint64_t(frequency), x, y);
+    if (rescan) {
+        lowest = summary.lowest;
+        highest = summary.highest;
+        for (unsigned i = fresh; i < n; ++i) {
+            if (y[i] < lowest)
+                lowest = y[i];
+            if (y[i] > highest)
+                highest = y[i];
+        }
+    } else {
+        lowest = std::min(lowest, summary.lowest);
+        highest = std::max(highest, summary.highest);
+    }
+    points = {n, lowest, highest, fresh > 0 ? summary.rawNewest : (n > 0 ? points.rawNewest : 0.0)};
+    return points;
 }

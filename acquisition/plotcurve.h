@@ -61,6 +61,22 @@ public:
     // Samples the plot item holds now, the live point included.
     int pointCount() const;
 
+    // Brings elements 1..n of the arrays up to the ring (n = the ring's
+    // count), newest first: the refresh cycle's decoding. Frames decoded at
+    // an earlier call are not decoded again; their points move down the
+    // arrays instead, with the same result as decoding the whole ring.
+    // Takes the mutex for the copy of the new frames only. Returns n, the
+    // lowest and highest value held (NaN skipped) and the newest frame's raw
+    // value. The live point, element 0, is the caller's.
+    struct Points
+    {
+        unsigned count;
+        double lowest;
+        double highest;
+        double rawNewest;
+    };
+    Points updatePoints();
+
     // The capture thread's driver handle, -1 while none is open.
     int driverHandle() const { return handle.load(); }
 
@@ -105,6 +121,10 @@ private:
     void readWithSoftwareTime();
     // Closes the handle if one is open, and marks it closed.
     void closeHandle();
+
+    // What updatePoints() made of the ring at its last call.
+    uint64_t pointsUpTo = 0; // ring.appended then
+    Points points{0, 0.0, 0.0, 0.0};
 
     std::atomic<int32_t> keepRunning{0};
     VistrelMainWindow* const mainWindow;

@@ -4,8 +4,6 @@
 #include "vistrelmainwindow.h"
 
 #include "cellaccess.h"
-#include "curvelock.h"
-#include "framedecode.h"
 #include "plotcurve.h"
 #include "tableplotconfig.h"
 #include "tableplotdescription.h"
@@ -28,25 +26,12 @@ void VistrelMainWindow::slotTimeout()
         }
         for (int row = 0; row < count; ++row) {
             PlotCurve& curve = *curves[row];
-            unsigned n;
-            int64_t timestampStart;
-            int64_t timestampFrequency;
-            {
-                // The capture thread sets the time base before its first frame,
-                // under this lock; read it together with the frames.
-                CurveLock lock(curve.mutex);
-                n = curve.ring.count;
-                curve.ring.snapshot(curve.frameCopy.get(), n);
-                timestampStart = curve.timestampStart;
-                timestampFrequency = curve.timestampFrequency;
-            }
+            const PlotCurve::Points points = curve.updatePoints();
+            const unsigned n = points.count;
             double* const x = curve.xValues.get();
             double* const y = curve.yValues.get();
-            const DecodeSummary summary =
-                decodeFramesNewestFirst(curve.valueLayout(), curve.frameCopy.get(), n, uint64_t(timestampStart),
-                                        uint64_t(timestampFrequency), x + 1, y + 1);
-            curveLowest[size_t(row)] = summary.lowest;
-            curveHighest[size_t(row)] = summary.highest;
+            curveLowest[size_t(row)] = points.lowest;
+            curveHighest[size_t(row)] = points.highest;
 
             // Each curve runs on flat to the present of its own moment, and
             // time never runs backwards inside the array.
@@ -60,7 +45,7 @@ void VistrelMainWindow::slotTimeout()
             }
             curve.plotItem->setRawSamples(x, y, int(n) + 1);
 
-            tableDescription->setRawValue(row, QString::asprintf("%0.3f", summary.rawNewest));
+            tableDescription->setRawValue(row, QString::asprintf("%0.3f", points.rawNewest));
             tableDescription->setCurrentValue(row, QString::asprintf("%0.3f", y[0]));
             tableDescription->setTime(row, QString::asprintf("%0.3f", x[1]));
             tableDescription->setCount(row, QString::asprintf("%d", int(n)));

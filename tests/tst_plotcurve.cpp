@@ -2,6 +2,7 @@
 // and the rule that turns a frame into a value.
 #include "curvelock.h"
 #include "dataplot.h"
+#include "framedecode.h"
 #include "plotcurve.h"
 #include "testsupport.h"
 #include "vistrelmainwindow.h"
@@ -10,7 +11,9 @@
 
 #include <QtTest>
 
+#include <cmath>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -96,6 +99,9 @@ private slots:
     void lostCountIsReportedAndFrameKept();
     void decodeFrame_data();
     void decodeFrame();
+    void stepHoldsValueUntilNextSample();
+    void updatePointsMatchesAFullDecode_data();
+    void updatePointsMatchesAFullDecode();
 
 private:
     std::unique_ptr<VistrelMainWindow> window;
@@ -166,7 +172,6 @@ void TestPlotCurve::construction()
     QCOMPARE(item->yAxis(), yAxis);
     QCOMPARE(item->baseline(), offset);
     QCOMPARE(int(item->style()), curveStyle);
-    QVERIFY(item->testCurveAttribute(QwtPlotCurve::Inverted));
     QVERIFY(!item->testRenderHint(QwtPlotItem::RenderAntialiased));
     QCOMPARE(item->plot(), static_cast<QwtPlot*>(window->plot));
     QCOMPARE(curveItems(window->plot), 1);
@@ -456,6 +461,125 @@ void TestPlotCurve::decodeFrame()
     QCOMPARE(curve->decodeFrame(withStamp, checkOnly, &gotValue, &gotRaw), result);
     QCOMPARE(gotRaw, raw);
     QCOMPARE(gotValue, value);
+}
+
+
+// In "Steps", a sample's value holds from its own time until the next,
+// newer sample: with samples newest first, the curve at t = 1.5 shows the
+// value of the sample at 1.0, not that of the sample at 2.0.
+void TestPlotCurve::stepHoldsValueUntilNextSample()
+{
+    CurveParams p;
+    p.style = 0;
+    p.points = 4;
+    const auto curve = makeCurve(window.get(), p, QColor(Qt::red));
+    const double x[] = {3.0, 3.0, 2.0, 1.0};
+    const double y[] = {60.0, 60.0, 20.0, -40.0};
+    std::copy(std::begin(x), std::end(x), curve->xValues.get());
+    std::copy(std::begin(y), std::end(y), curve->yValues.get());
+    curve->plotItem->setRawSamples(curve->xValues.get(), curve->yValues.get(), 4);
+
+    DataPlot* plot = window->plot;
+    plot->resize(800, 500);
+    plot->setTimeScale(4.0, 4.0);
+    plot->replot();
+    const QImage image = plot->canvas()->grab().toImage();
+
+    const auto redNear = [&](double t, double value) {
+        const int px = qRound(plot->transform(QwtPlot::xBottom, t));
+        const int py = qRound(plot->transform(QwtPlot::yLeft, value));
+        for (int dy = -1; dy <= 1; ++dy) {
+            if (image.pixelColor(px, py + dy) == QColor(Qt::red))
+                return true;
+        }
+        return false;
+    };
+    QVERIFY(redNear(1.5, -40.0));
+    QVERIFY(!redNear(1.5, 20.0));
+    QVERIFY(redNear(2.5, 20.0));
+    QVERIFY(!redNear(2.5, 60.0));
+}
+
+void TestPlotCurve::updatePointsMatchesAFullDecode_data()
+{
+    QTest::addColumn<unsigned>("capacity");
+    QTest::addColumn<QList<int>>("batches"); // frames appended between two updates
+    QTest::addColumn<QList<int>>("spikes");  // frames with a far value: high, low, high, ...
+    QTest::addColumn<bool>("withNaN");
+
+    QTest::newRow("filling") << 50u << QList<int>{1, 3, 0, 10, 2} << QList<int>{} << false;
+    QTest::newRow("wrapping") << 7u << QList<int>{3, 3, 3, 1, 0, 6, 2} << QList<int>{} << false;
+    QTest::newRow("more than the ring between updates")
+        << 7u << QList<int>{5, 20, 1, 8, 3} << QList<int>{6, 30} << false;
+    QTest::newRow("extremes leave the ring")
+        << 10u << QList<int>{4, 4, 4, 4, 4, 4, 4} << QList<int>{2, 5, 13} << false;
+    QTest::newRow("a tie with a leaving extreme")
+        << 6u << QList<int>{3, 3, 3, 3, 3} << QList<int>{1, 2, 4, 7} << false;
+    QTest::newRow("NaN values") << 9u << QList<int>{2, 5, 7, 1, 1, 9} << QList<int>{3, 4} << true;
+    QTest::newRow("ring of one") << 1u << QList<int>{1, 0, 2, 1, 5} << QList<int>{0, 3} << false;
+}
+
+void TestPlotCurve::updatePointsMatchesAFullDecode()
+{
+    QFETCH(unsigned, capacity);
+    QFETCH(QList<int>, batches);
+    QFETCH(QList<int>, spikes);
+    QFETCH(bool, withNaN);
+
+    CurveParams p;
+    p.dataType = 6; // Real32
+    p.scale = 0.5;
+    p.offset = 1.0;
+    p.points = capacity;
+    const auto curve = makeCurve(window.get(), p);
+    {
+        CurveLock lock(curve->mutex);
+        curve->timestampFrequency = 1000;
+        curve->timestampStart = 500;
+    }
+
+    int serial = 0;
+    std::vector<TessFrameT> all(capacity);
+    std::vector<double> x(capacity), y(capacity);
+    for (const int batch : batches) {
+        {
+            CurveLock lock(curve->mutex);
+            for (int i = 0; i < batch; ++i, ++serial) {
+                float value = float(std::sin(serial * 0.7) * 10.0);
+                if (const int spike = spikes.indexOf(serial); spike >= 0)
+                    value = spike % 2 ? -1e6f : 1e6f;
+                if (withNaN && serial % 3 == 1)
+                    value = std::numeric_limits<float>::quiet_NaN();
+                uint32_t bits = 0;
+                std::memcpy(&bits, &value, 4);
+                const Bytes bytes{int(bits & 0xFF), int(bits >> 8 & 0xFF), int(bits >> 16 & 0xFF), int(bits >> 24)};
+                const TessFrameT frame = frameT(bytes, 1000 + uint64_t(serial) * 7);
+                curve->appendFrames(&frame, 1);
+            }
+        }
+        const PlotCurve::Points points = curve->updatePoints();
+
+        // The reference: the whole ring decoded afresh, as a plain refresh would.
+        unsigned n;
+        {
+            CurveLock lock(curve->mutex);
+            n = curve->ring.snapshot(all.data(), capacity);
+        }
+        const DecodeSummary full =
+            decodeFramesNewestFirst(curve->valueLayout(), all.data(), n, 500, 1000, x.data(), y.data());
+        QCOMPARE(points.count, n);
+        for (unsigned i = 0; i < n; ++i) {
+            QCOMPARE(curve->xValues[i + 1], x[i]);
+            if (std::isnan(y[i]))
+                QVERIFY(std::isnan(curve->yValues[i + 1]));
+            else
+                QCOMPARE(curve->yValues[i + 1], y[i]);
+        }
+        QCOMPARE(points.lowest, full.lowest);
+        QCOMPARE(points.highest, full.highest);
+        if (n > 0 && !std::isnan(full.rawNewest))
+            QCOMPARE(points.rawNewest, full.rawNewest);
+    }
 }
 
 QTEST_MAIN(TestPlotCurve)
