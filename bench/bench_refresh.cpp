@@ -42,7 +42,7 @@
 #include <random>
 #include <vector>
 
-#include <time.h>
+#include <sys/resource.h>
 
 namespace {
 
@@ -219,9 +219,10 @@ struct Window
 // where other processes take turns with it.
 double threadMs()
 {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
+    rusage usage{};
+    getrusage(RUSAGE_THREAD, &usage);
+    const auto ms = [](const timeval& t) { return double(t.tv_sec) * 1e3 + double(t.tv_usec) / 1e3; };
+    return ms(usage.ru_utime) + ms(usage.ru_stime);
 }
 
 struct Cost

@@ -28,7 +28,7 @@ using TestSupport::ModalHandler;
 
 namespace {
 
-struct RowSpec
+struct RowSetup
 {
     QString id;
     bool is29Bit = false;
@@ -175,7 +175,7 @@ private:
 
 } // namespace
 
-Q_DECLARE_METATYPE(RowSpec)
+Q_DECLARE_METATYPE(RowSetup)
 
 class TestImport : public QObject
 {
@@ -200,7 +200,7 @@ private slots:
     void saveAfterImportKeepsTheLog();
 
 private:
-    int addRow(const RowSpec& spec);
+    int addRow(const RowSetup& setup);
     QString count(int row) const
     {
         return window->tableDescription->text(row, TablePlotDescription::ColCount);
@@ -234,20 +234,20 @@ void TestImport::cleanup()
     window.reset();
 }
 
-int TestImport::addRow(const RowSpec& spec)
+int TestImport::addRow(const RowSetup& setup)
 {
     TablePlotConfig* table = window->tableConfig;
     table->setCurrentCell(table->rowCount() - 1, TablePlotConfig::ColName);
     window->projectAddCurve();
     const int row = table->currentRow();
     table->setCurveName(row, QStringLiteral("row%1").arg(row));
-    table->setIdText(row, spec.id);
-    table->set29Bit(row, spec.is29Bit);
-    table->comboSave(row, TablePlotConfig::ColDataType)->comboBox->setCurrentIndex(spec.dataType);
-    table->setPosition(row, QString::number(spec.pos));
-    table->setByteOrder(row, spec.byteOrder);
-    table->setScaleText(row, spec.scale);
-    table->setOffsetText(row, spec.offset);
+    table->setIdText(row, setup.id);
+    table->set29Bit(row, setup.is29Bit);
+    table->comboSave(row, TablePlotConfig::ColDataType)->comboBox->setCurrentIndex(setup.dataType);
+    table->setPosition(row, QString::number(setup.pos));
+    table->setByteOrder(row, setup.byteOrder);
+    table->setScaleText(row, setup.scale);
+    table->setOffsetText(row, setup.offset);
     return row;
 }
 
@@ -261,7 +261,7 @@ QStringList TestImport::rowNames() const
 
 void TestImport::threeRowsOneId()
 {
-    RowSpec first{QStringLiteral("0x100")};
+    RowSetup first{QStringLiteral("0x100")};
     first.pos = 2;
     first.scale = QStringLiteral("0.5");
     first.offset = QStringLiteral("1");
@@ -363,9 +363,9 @@ void TestImport::idMatching()
     QFETCH(bool, is29Bit);
     QFETCH(QString, count);
 
-    RowSpec spec{id, is29Bit};
-    spec.dataType = 1; // Unsigned8
-    addRow(spec);
+    RowSetup setup{id, is29Bit};
+    setup.dataType = 1; // Unsigned8
+    addRow(setup);
 
     const uint32_t ids[] = {256, 256 + TESS_ID_29BIT, 256, 256 + TESS_ID_29BIT, 256 + TESS_ID_29BIT, 5};
     QByteArray bytes;
@@ -401,9 +401,9 @@ void TestImport::idMatching()
 
 void TestImport::twoRowsOneId()
 {
-    RowSpec signedRow{QStringLiteral("0x7")};
+    RowSetup signedRow{QStringLiteral("0x7")};
     signedRow.dataType = 0; // Integer8
-    RowSpec unsignedRow{QStringLiteral("7")};
+    RowSetup unsignedRow{QStringLiteral("7")};
     unsignedRow.dataType = 1; // Unsigned8
     addRow(signedRow);
     addRow(unsignedRow);
@@ -723,11 +723,11 @@ void TestImport::realLog()
     // Motorola Unsigned16 at the start of the frame.
     const QStringList ids{"158", "17C", "1D0"};
     for (const QString& id : ids) {
-        RowSpec spec{"0x" + id};
-        spec.dataType = 3;
-        spec.byteOrder = 1;
-        spec.scale = QStringLiteral("0.01");
-        addRow(spec);
+        RowSetup setup{"0x" + id};
+        setup.dataType = 3;
+        setup.byteOrder = 1;
+        setup.scale = QStringLiteral("0.01");
+        addRow(setup);
     }
     const QString path = writeFile(QStringLiteral("civic.txt"), text);
     window->importRecordedData(path);

@@ -27,7 +27,7 @@ namespace {
 const char* const twoNets = "net 0 virtual name=LIVE_CAN features=Fc,2b,Ts tsfreq=1000000\n"
                             "net 1 virtual name=PLAIN features=Fc\n";
 
-struct RowSpec
+struct RowSetup
 {
     int netIndex = 0;
     QString id = QStringLiteral("0x100");
@@ -75,7 +75,7 @@ TessFrame real32Frame(uint32_t id, float value)
 
 } // namespace
 
-Q_DECLARE_METATYPE(RowSpec)
+Q_DECLARE_METATYPE(RowSetup)
 
 class TestLive : public QObject
 {
@@ -101,7 +101,7 @@ private slots:
     void markersAfterRun();
 
 private:
-    int addRow(const RowSpec& spec);
+    int addRow(const RowSetup& setup);
     void start();
     void stop();
     int count(int row) { return window->tableDescription->text(row, TablePlotDescription::ColCount).toInt(); }
@@ -128,19 +128,19 @@ void TestLive::cleanup()
     window.reset();
 }
 
-int TestLive::addRow(const RowSpec& spec)
+int TestLive::addRow(const RowSetup& setup)
 {
     TablePlotConfig* table = window->tableConfig;
     window->projectAddCurve();
     const int row = table->currentRow();
-    table->setNetIndex(row, spec.netIndex);
-    table->comboSave(row, TablePlotConfig::ColBaud)->comboBox->setCurrentIndex(spec.baudIndex);
-    table->setIdText(row, spec.id);
-    table->set29Bit(row, spec.is29Bit);
+    table->setNetIndex(row, setup.netIndex);
+    table->comboSave(row, TablePlotConfig::ColBaud)->comboBox->setCurrentIndex(setup.baudIndex);
+    table->setIdText(row, setup.id);
+    table->set29Bit(row, setup.is29Bit);
     // Through the combo boxes, as a user chooses: the scaling follows.
-    table->comboSave(row, TablePlotConfig::ColAxis)->comboBox->setCurrentIndex(spec.axis);
-    table->comboSave(row, TablePlotConfig::ColDataType)->comboBox->setCurrentIndex(spec.dataType);
-    table->setByteOrder(row, spec.byteOrder);
+    table->comboSave(row, TablePlotConfig::ColAxis)->comboBox->setCurrentIndex(setup.axis);
+    table->comboSave(row, TablePlotConfig::ColDataType)->comboBox->setCurrentIndex(setup.dataType);
+    table->setByteOrder(row, setup.byteOrder);
     return row;
 }
 
@@ -222,9 +222,9 @@ void TestLive::runFillsArraysAndCells()
 
 void TestLive::softwareTimestamps()
 {
-    RowSpec spec;
-    spec.netIndex = 1; // no timestamp feature
-    const int row = addRow(spec);
+    RowSetup setup;
+    setup.netIndex = 1; // no timestamp feature
+    const int row = addRow(setup);
     start();
     QCOMPARE(tessTestWaitForReaders(1, 1, 5000), 0);
     const TessFrame frames[] = {frame(0x100, {1, 0}), frame(0x100, {2, 0}), frame(0x100, {3, 0})};
@@ -242,46 +242,46 @@ void TestLive::softwareTimestamps()
 
 void TestLive::startChecks_data()
 {
-    QTest::addColumn<QList<RowSpec>>("rows");
+    QTest::addColumn<QList<RowSetup>>("rows");
     QTest::addColumn<QString>("message");
 
-    RowSpec net0;
-    RowSpec net0At500 = net0;
+    RowSetup net0;
+    RowSetup net0At500 = net0;
     net0At500.baudIndex = 2;
-    RowSpec net1At500;
+    RowSetup net1At500;
     net1At500.netIndex = 1;
     net1At500.baudIndex = 2;
-    RowSpec id2046;
+    RowSetup id2046;
     id2046.id = QStringLiteral("2046");
-    RowSpec id2047;
+    RowSetup id2047;
     id2047.id = QStringLiteral("2047");
-    RowSpec id7ffWith29Bit;
+    RowSetup id7ffWith29Bit;
     id7ffWith29Bit.id = QStringLiteral("0x7FF");
     id7ffWith29Bit.is29Bit = true;
-    RowSpec extendedOnPlainNet = id7ffWith29Bit;
+    RowSetup extendedOnPlainNet = id7ffWith29Bit;
     extendedOnPlainNet.netIndex = 1;
     extendedOnPlainNet.id = QStringLiteral("0x18FEF100");
 
     QTest::newRow("different bit rates on one net")
-        << QList<RowSpec>{net0, net0At500} << "Interface of net 0 have different baudrates!";
-    QTest::newRow("different nets may differ") << QList<RowSpec>{net0, net1At500} << QString();
-    QTest::newRow("id 2046 passes") << QList<RowSpec>{id2046} << QString();
+        << QList<RowSetup>{net0, net0At500} << "Interface of net 0 have different baudrates!";
+    QTest::newRow("different nets may differ") << QList<RowSetup>{net0, net1At500} << QString();
+    QTest::newRow("id 2046 passes") << QList<RowSetup>{id2046} << QString();
     QTest::newRow("id 2047 needs 29-bit")
-        << QList<RowSpec>{net0, id2047}
+        << QList<RowSetup>{net0, id2047}
         << "Interface in row 2 has 29-bit identifier,but 29-bit is not enabled (Id: 2047)!";
-    QTest::newRow("0x7FF with 29-bit") << QList<RowSpec>{id7ffWith29Bit} << QString();
+    QTest::newRow("0x7FF with 29-bit") << QList<RowSetup>{id7ffWith29Bit} << QString();
     QTest::newRow("29-bit on a plain interface")
-        << QList<RowSpec>{extendedOnPlainNet}
+        << QList<RowSetup>{extendedOnPlainNet}
         << "Interface in row 1 does not support 29-bit identifier (Id: 419361024)!";
 }
 
 void TestLive::startChecks()
 {
-    QFETCH(QList<RowSpec>, rows);
+    QFETCH(QList<RowSetup>, rows);
     QFETCH(QString, message);
 
-    for (const RowSpec& spec : rows)
-        addRow(spec);
+    for (const RowSetup& setup : rows)
+        addRow(setup);
     // Curves and points of an earlier state must survive a refused Start.
     const QVector<QSharedPointer<PlotCurve>> before = window->curves;
     before.first()->xValues[1] = 42.0;
@@ -310,7 +310,7 @@ void TestLive::startChecks()
 void TestLive::failingCaptureThreadReportsAndOthersGoOn()
 {
     const int good = addRow({});
-    RowSpec onNet1;
+    RowSetup onNet1;
     onNet1.netIndex = 1;
     addRow(onNet1);
     QCOMPARE(tessTestSetFailure(1, TESS_TEST_FAIL_OPEN, -1), 0);
@@ -433,11 +433,11 @@ void TestLive::outOfRangeFlag()
     QFETCH(float, value);
     QFETCH(bool, flagged);
 
-    RowSpec spec;
-    spec.dataType = 6; // Real32
-    spec.axis = axis;
-    spec.netIndex = 1;
-    const int row = addRow(spec);
+    RowSetup setup;
+    setup.dataType = 6; // Real32
+    setup.axis = axis;
+    setup.netIndex = 1;
+    const int row = addRow(setup);
     start();
     QCOMPARE(tessTestWaitForReaders(1, 1, 5000), 0);
     // An in-range value first, then the value under test: the flag looks at

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -82,9 +83,9 @@ SocketCanNet::SocketCanNet(const std::string& ifname, NetDescription description
 
 uint64_t SocketCanNet::timestampNow() const
 {
-    timespec ts{};
-    clock_gettime(CLOCK_REALTIME, &ts);
-    return static_cast<uint64_t>(ts.tv_sec) * 1000000000u + static_cast<uint64_t>(ts.tv_nsec);
+    // The kernel stamps received frames on the real-time clock, in ns.
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
 }
 
 int SocketCanNet::applyBaud(const BaudSetting& setting)
@@ -231,10 +232,11 @@ int SocketCanHandle::receive(const ReadTarget& target, int capacity, int* count)
                 if (c->cmsg_level != SOL_SOCKET)
                     continue;
                 if (c->cmsg_type == SO_TIMESTAMPNS) {
-                    timespec ts;
-                    std::memcpy(&ts, CMSG_DATA(c), sizeof(ts));
+                    // Seconds and nanoseconds, each a long.
+                    long stamp[2];
+                    std::memcpy(stamp, CMSG_DATA(c), sizeof(stamp));
                     out.timestamp =
-                        static_cast<uint64_t>(ts.tv_sec) * 1000000000u + static_cast<uint64_t>(ts.tv_nsec);
+                        static_cast<uint64_t>(stamp[0]) * 1000000000u + static_cast<uint64_t>(stamp[1]);
                 } else if (c->cmsg_type == SO_RXQ_OVFL) {
                     uint32_t drops;
                     std::memcpy(&drops, CMSG_DATA(c), sizeof(drops));
