@@ -1,9 +1,9 @@
 #include "projectfile.h"
 
+#include "xmldocument.h"
+
 #include <QDateTime>
 #include <QDomNamedNodeMap>
-#include <QIODevice>
-#include <QTextStream>
 
 namespace {
 
@@ -44,30 +44,6 @@ ProjectGraph readGraph(const QDomElement& element)
     return graph;
 }
 
-// Closes the device on leaving if it was opened here.
-class OpenedHere
-{
-public:
-    OpenedHere(QIODevice* device, QIODevice::OpenMode mode) : device(device)
-    {
-        if (!device->isOpen())
-            opened = device->open(mode);
-    }
-    ~OpenedHere()
-    {
-        if (opened)
-            device->close();
-    }
-    OpenedHere(const OpenedHere&) = delete;
-    OpenedHere& operator=(const OpenedHere&) = delete;
-
-    bool isOpen() const { return device->isOpen(); }
-
-private:
-    QIODevice* device;
-    bool opened = false;
-};
-
 } // namespace
 
 QString projectDateTimeNow()
@@ -107,32 +83,22 @@ QDomDocument buildProjectDocument(const QString& fileName, const QString& dateTi
 
 bool writeProjectDocument(const QDomDocument& document, QIODevice* device)
 {
-    // No text flag: the lines end in "\n" as the document has them.
-    const OpenedHere file(device, QIODevice::WriteOnly);
-    if (!file.isOpen())
-        return false;
-    // The codec is left at the system's local encoding; the reader decodes
-    // by the XML rule (UTF-8), so text outside ASCII comes back intact only
-    // under a UTF-8 locale.
-    QTextStream stream(device);
-    stream << document.toString(1);
-    stream.flush();
-    return true;
+    return saveXmlDocument(document, device);
 }
 
 ProjectReadResult readProjectDocument(QIODevice* device)
 {
     ProjectReadResult result;
-    const OpenedHere file(device, QIODevice::ReadOnly);
-    if (!file.isOpen()) {
+    QDomDocument document;
+    switch (loadXmlDocument(device, &document)) {
+    case XmlLoad::OpenFailed:
         result.status = ProjectReadResult::OpenFailed;
         return result;
-    }
-    // Without a declaration the parser decodes the bytes as UTF-8.
-    QDomDocument document;
-    if (!document.setContent(device)) {
+    case XmlLoad::ParseFailed:
         result.status = ProjectReadResult::ParseFailed;
         return result;
+    case XmlLoad::Loaded:
+        break;
     }
 
     // Only the prefix of a name counts; the number behind it is not read.

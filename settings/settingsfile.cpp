@@ -1,9 +1,9 @@
 #include "settingsfile.h"
 
+#include "xmldocument.h"
+
 #include <QDateTime>
 #include <QDomElement>
-#include <QIODevice>
-#include <QTextStream>
 
 namespace {
 
@@ -19,30 +19,6 @@ const QString lineWidthKey = QStringLiteral("LineWidth");
 // Spelled so in every file that exists.
 const QString continuousScrollKey = QStringLiteral("ContinousScoll");
 const QString antialiasingKey = QStringLiteral("Antialiasing");
-
-// Opens a device that isn't open yet, and closes what it opened.
-class OpenedHere
-{
-public:
-    OpenedHere(QIODevice* device, QIODevice::OpenMode mode) : device(device)
-    {
-        if (!device->isOpen())
-            opened = device->open(mode);
-    }
-    ~OpenedHere()
-    {
-        if (opened)
-            device->close();
-    }
-    OpenedHere(const OpenedHere&) = delete;
-    OpenedHere& operator=(const OpenedHere&) = delete;
-
-    bool isOpen() const { return device->isOpen(); }
-
-private:
-    QIODevice* device;
-    bool opened = false;
-};
 
 unsigned long unsignedValue(const QDomElement& element, const QString& key)
 {
@@ -114,29 +90,22 @@ QDomDocument buildSettingsDocument(const Settings& settings, const QString& date
 
 bool writeSettingsDocument(const QDomDocument& document, QIODevice* device)
 {
-    const OpenedHere file(device, QIODevice::WriteOnly);
-    if (!file.isOpen())
-        return false;
-    // All values are ASCII, so the stream's default encoding is as good as
-    // any; the reader decodes by the XML rule.
-    QTextStream stream(device);
-    stream << document.toString(1);
-    stream.flush();
-    return true;
+    return saveXmlDocument(document, device);
 }
 
 SettingsReadResult readSettingsDocument(QIODevice* device)
 {
     SettingsReadResult result;
-    const OpenedHere file(device, QIODevice::ReadOnly);
-    if (!file.isOpen()) {
+    QDomDocument document;
+    switch (loadXmlDocument(device, &document)) {
+    case XmlLoad::OpenFailed:
         result.status = SettingsReadResult::OpenFailed;
         return result;
-    }
-    QDomDocument document;
-    if (!document.setContent(device)) {
+    case XmlLoad::ParseFailed:
         result.status = SettingsReadResult::ParseFailed;
         return result;
+    case XmlLoad::Loaded:
+        break;
     }
 
     const QDomElement root = document.documentElement();
