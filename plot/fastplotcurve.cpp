@@ -136,13 +136,14 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
     to = qBound(0, to, size - 1);
     if (from > to)
         std::swap(from, to);
+    const int first = from; // where the plain drawing's polyline starts
 
-    // Values that aren't finite have no defined pixels. A wide pen strokes
-    // them into shapes anywhere on the canvas, also from samples outside
-    // the window, unless the polygon is clipped first; only the plain
-    // drawing of all samples draws those the same.
+    // Values that aren't finite have no defined pixels. Unless the polygon
+    // is clipped first, Qt strokes them into lines that may cross the
+    // canvas, also from samples outside the window; only the plain drawing
+    // of all samples draws those the same.
     const double width = pen().widthF();
-    if (width > 1.0 && !testPaintAttribute(ClipPolygons) && !finiteValues(y, from, to)) {
+    if (!testPaintAttribute(ClipPolygons) && !finiteValues(y, from, to)) {
         QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to);
         return;
     }
@@ -162,6 +163,25 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
             visibleRange(x, from, to, xMap, canvasRect.left() - margin, canvasRect.right() + margin);
         from = visible.from;
         to = visible.to;
+    }
+
+    // Qwt strokes its polyline in pieces of seven points, and Qt strokes
+    // the ends of each piece in its own way: a drawing of some of the
+    // samples is the drawing of all of them only where its pieces start
+    // where those of the whole one do. Clipping leaves that as it is, as
+    // the first and last sample in the range lie outside the canvas.
+    const auto drawPlain = [&]() {
+        const int samplesPerPiece = style() == Steps ? 3 : style() == Lines ? 6 : 1;
+        const int start = from - (from - first) % samplesPerPiece;
+        QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, start, to);
+    };
+
+    // Where the pixel columns hold a sample or two each, Qwt's own drawing
+    // of the samples in view costs about what the columns cost, and it is
+    // the picture itself.
+    if (sorted && style() != Sticks && to - from < 2 * canvasRect.width()) {
+        drawPlain();
+        return;
     }
 
     if (QwtPainter::roundingAlignment(painter)) {
@@ -192,7 +212,7 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
             return;
         }
     }
-    QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to);
+    drawPlain();
 }
 
 void FastPlotCurve::drawSpans(QPainter* painter, const QRectF& canvasRect, double baseRow, bool sorted) const

@@ -23,7 +23,9 @@
 //
 // This item reads the arrays given by setRawSamples in place, skips the
 // samples outside the window by binary search on the time array (when it is
-// sorted, either way), and cuts the rest into pixel columns (PixelColumns).
+// sorted, either way). Where fewer than two samples per pixel column are
+// left, it hands just those to the plain drawing, which then costs little;
+// otherwise it cuts them into pixel columns (PixelColumns).
 // With the pens of a running capture (one pixel wide, opaque, not
 // antialiased) it fills the pixels of the columns and of the lines between
 // them as rectangles (RowRuns), each pixel once; with other pens it hands
