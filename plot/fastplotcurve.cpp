@@ -63,6 +63,35 @@ bool clipAsQwt(QPointF& a, QPointF& b, const QRectF& rect)
     return true;
 }
 
+// Qwt strokes a polyline in pieces of seven points unless told otherwise,
+// and Qt strokes the ends of each piece anew: it leaves out the corner of a
+// step at the end of a piece, and where a piece spans a pixel or two it may
+// leave out the whole piece, so that a curve of about one sample per pixel
+// column comes out dashed. While an item with a thin pen draws, its
+// polylines go to the painter in one piece; Qt strokes those in one pass.
+// A wider pen is stroked as an outline, which costs more than linear time
+// on a long polyline: there the pieces stay.
+class WholePolylines
+{
+public:
+    explicit WholePolylines(bool on) : on(on), before(QwtPainter::polylineSplitting())
+    {
+        if (on)
+            QwtPainter::setPolylineSplitting(false);
+    }
+    ~WholePolylines()
+    {
+        if (on)
+            QwtPainter::setPolylineSplitting(before);
+    }
+    WholePolylines(const WholePolylines&) = delete;
+    WholePolylines& operator=(const WholePolylines&) = delete;
+
+private:
+    const bool on;
+    const bool before;
+};
+
 } // namespace
 
 FastPlotCurve::FastPlotCurve(const QString& title) : QwtPlotCurve(title) {}
@@ -123,6 +152,7 @@ bool FastPlotCurve::paintsWholePixels(const QPainter* painter) const
 void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                                const QRectF& canvasRect, int from, int to) const
 {
+    const WholePolylines wholePolylines(pen().widthF() <= 1.0);
     const int size = static_cast<int>(dataSize());
     const double* x = nullptr;
     const double* y = nullptr;
@@ -136,7 +166,6 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
     to = qBound(0, to, size - 1);
     if (from > to)
         std::swap(from, to);
-    const int first = from; // where the plain drawing's polyline starts
 
     // Values that aren't finite have no defined pixels. Unless the polygon
     // is clipped first, Qt strokes them into lines that may cross the
@@ -165,16 +194,9 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
         to = visible.to;
     }
 
-    // Qwt strokes its polyline in pieces of seven points, and Qt strokes
-    // the ends of each piece in its own way: a drawing of some of the
-    // samples is the drawing of all of them only where its pieces start
-    // where those of the whole one do. Clipping leaves that as it is, as
-    // the first and last sample in the range lie outside the canvas.
-    const auto drawPlain = [&]() {
-        const int samplesPerPiece = style() == Steps ? 3 : style() == Lines ? 6 : 1;
-        const int start = from - (from - first) % samplesPerPiece;
-        QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, start, to);
-    };
+    // The samples in view alone make the picture of all of them: the first
+    // and the last lie beyond the canvas, or end the curve.
+    const auto drawPlain = [&]() { QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to); };
 
     // Where the pixel columns hold a sample or two each, Qwt's own drawing
     // of the samples in view costs about what the columns cost, and it is

@@ -35,11 +35,14 @@
 // dashed pens, horizontal orientation, scale transformations, and painters
 // that don't round to pixels, such as printers.
 //
-// The pixels are the plain item's but at the ends of strokes: Qwt draws its
-// polyline in pieces of seven points, each with end caps of its own, which
-// lengthens or shortens some strokes by a pixel. Antialiased pixels also
-// differ in shade where the plain item paints over the same pixel many
-// times.
+// Qwt strokes a polyline in pieces of seven points unless told not to, and
+// Qt strokes the ends of each piece anew, which leaves gaps in curves of
+// about a sample per pixel column: with a thin pen this item has its
+// polylines drawn in one piece. Its pixels are then those of a plain item
+// drawn so, but for a few where Qt rounds the ends of lines. With a wider
+// pen the pieces stay, and their end caps lengthen or shorten some of the
+// plain item's strokes by a pixel. Antialiased pixels also differ in shade
+// where the plain item paints over the same pixel many times.
 //
 // Drawing keeps buffers in the item; items are drawn on one thread only.
 class FastPlotCurve : public QwtPlotCurve
