@@ -3,6 +3,7 @@
 // the configuration file.
 #include "tessbus.h"
 #include "tessbus_test.h"
+#include "testsupport.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -25,23 +26,6 @@ Q_DECLARE_METATYPE(std::vector<uint32_t>)
 namespace {
 
 constexpr uint32_t k29 = TESS_ID_29BIT;
-
-// Runs `call` with stderr going into a file and returns what was written.
-QByteArray captureStderr(const std::function<void()>& call)
-{
-    QTemporaryFile file;
-    if (!file.open())
-        return "cannot capture";
-    std::fflush(stderr);
-    const int saved = dup(STDERR_FILENO);
-    dup2(file.handle(), STDERR_FILENO);
-    call();
-    std::fflush(stderr);
-    dup2(saved, STDERR_FILENO);
-    ::close(saved);
-    file.seek(0);
-    return file.readAll();
-}
 
 TessFrame frame(uint32_t id, std::initializer_list<uint8_t> data, uint8_t flags = 0)
 {
@@ -99,14 +83,7 @@ private:
     // Writes the configuration into the test's folder and reloads the driver.
     QByteArray configure(const QByteArray& text)
     {
-        const QString path = configDir_->filePath("tessbus.conf");
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly))
-            return "cannot write";
-        file.write(text);
-        file.close();
-        qputenv("TESSBUS_CONFIG", QFile::encodeName(path));
-        return captureStderr([] { tessTestReload(); });
+        return TestSupport::writeDriverConfig(configDir_->filePath("tessbus.conf"), text);
     }
 
     QString configPath() const { return configDir_->filePath("tessbus.conf"); }
@@ -663,7 +640,7 @@ private slots:
     void exampleConfiguration()
     {
         qputenv("TESSBUS_CONFIG", VISTREL_SOURCE_DIR "/examples/tessbus-demo.conf");
-        QCOMPARE(captureStderr([] { tessTestReload(); }), QByteArray());
+        QCOMPARE(TestSupport::captureStderr([] { tessTestReload(); }), QByteArray());
         const struct
         {
             int net;
@@ -864,7 +841,7 @@ private slots:
         QVERIFY(QDir(configDir_->path()).mkpath("sub"));
         const QString path = configDir_->filePath(name);
         qputenv("TESSBUS_CONFIG", QFile::encodeName(path));
-        const QByteArray errors = captureStderr([] { tessTestReload(); });
+        const QByteArray errors = TestSupport::captureStderr([] { tessTestReload(); });
         QCOMPARE(errors.count('\n'), 1);
         QVERIFY(errors.contains(QFile::encodeName(path)));
         for (int net = 0; net < TESS_MAX_NETS; ++net)

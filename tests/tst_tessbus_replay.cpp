@@ -2,6 +2,7 @@
 // pace of a replay, and real recordings read against an independent parse.
 #include "tessbus.h"
 #include "tessbus_test.h"
+#include "testsupport.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -47,22 +48,6 @@ const std::vector<Expected>& smallLogFrames()
         {0x123, 1, QByteArray::fromHex("FF"), 2000000},
     };
     return frames;
-}
-
-QByteArray captureStderr(const std::function<void()>& call)
-{
-    QTemporaryFile file;
-    if (!file.open())
-        return "cannot capture";
-    std::fflush(stderr);
-    const int saved = dup(STDERR_FILENO);
-    dup2(file.handle(), STDERR_FILENO);
-    call();
-    std::fflush(stderr);
-    dup2(saved, STDERR_FILENO);
-    ::close(saved);
-    file.seek(0);
-    return file.readAll();
 }
 
 // Reads until `wanted` frames came or `deadlineMs` passed.
@@ -139,14 +124,7 @@ class TestTessbusReplay : public QObject
 private:
     QByteArray configure(const QByteArray& text)
     {
-        const QString path = configDir_->filePath("tessbus.conf");
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly))
-            return "cannot write";
-        file.write(text);
-        file.close();
-        qputenv("TESSBUS_CONFIG", QFile::encodeName(path));
-        return captureStderr([] { tessTestReload(); });
+        return TestSupport::writeDriverConfig(configDir_->filePath("tessbus.conf"), text);
     }
 
     std::unique_ptr<QTemporaryDir> configDir_;

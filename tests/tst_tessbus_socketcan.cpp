@@ -8,6 +8,7 @@
 #include "../tessbus/src/socketcanmapping.cpp"
 
 #include "tessbus_test.h"
+#include "testsupport.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -27,22 +28,6 @@ Q_DECLARE_METATYPE(can_frame)
 Q_DECLARE_METATYPE(TessFrame)
 
 namespace {
-
-QByteArray captureStderr(const std::function<void()>& call)
-{
-    QTemporaryFile file;
-    if (!file.open())
-        return "cannot capture";
-    std::fflush(stderr);
-    const int saved = dup(STDERR_FILENO);
-    dup2(file.handle(), STDERR_FILENO);
-    call();
-    std::fflush(stderr);
-    dup2(saved, STDERR_FILENO);
-    ::close(saved);
-    file.seek(0);
-    return file.readAll();
-}
 
 can_frame canFrame(canid_t id, std::initializer_list<uint8_t> data, uint8_t dlc = 0xFF)
 {
@@ -283,7 +268,7 @@ private slots:
         file.write("net 0 socketcan tbnone7\nnet 1 virtual\n");
         file.close();
         qputenv("TESSBUS_CONFIG", QFile::encodeName(file.fileName()));
-        const QByteArray errors = captureStderr([] { tessTestReload(); });
+        const QByteArray errors = TestSupport::captureStderr([] { tessTestReload(); });
         QVERIFY2(errors.startsWith(QFile::encodeName(file.fileName()) + ":1: socketcan tbnone7: "),
                  errors.constData());
         QVERIFY(errors.contains(canAfCan() ? "no network interface" : "CAN sockets are not available"));

@@ -7,7 +7,12 @@
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
+#include <QTemporaryFile>
 #include <QTest>
+
+#include <unistd.h>
+
+#include <cstdio>
 
 namespace TestSupport {
 
@@ -77,6 +82,33 @@ void useDriverConfig(const QString& text)
     file.close();
     qputenv("TESSBUS_CONFIG", QFile::encodeName(path));
     tessTestReload();
+}
+
+QByteArray captureStderr(const std::function<void()>& call)
+{
+    QTemporaryFile file;
+    if (!file.open())
+        return "cannot capture";
+    std::fflush(stderr);
+    const int saved = dup(STDERR_FILENO);
+    dup2(file.handle(), STDERR_FILENO);
+    call();
+    std::fflush(stderr);
+    dup2(saved, STDERR_FILENO);
+    ::close(saved);
+    file.seek(0);
+    return file.readAll();
+}
+
+QByteArray writeDriverConfig(const QString& path, const QByteArray& text)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return "cannot write";
+    file.write(text);
+    file.close();
+    qputenv("TESSBUS_CONFIG", QFile::encodeName(path));
+    return captureStderr([] { tessTestReload(); });
 }
 
 } // namespace TestSupport

@@ -1,6 +1,7 @@
 #ifndef TESTSUPPORT_H
 #define TESTSUPPORT_H
 
+#include <QByteArray>
 #include <QMessageBox>
 #include <QObject>
 #include <QStringList>
@@ -57,6 +58,13 @@ void useDriverConfig(const QString& text);
 
 // A directory of the test's own, removed when the process ends.
 QString temporaryPath(const QString& name);
+
+// Runs `call` with stderr going into a file and returns what was written.
+QByteArray captureStderr(const std::function<void()>& call);
+
+// Writes a driver configuration to path, points the driver at it and
+// re-reads it; returns what the driver reported on stderr.
+QByteArray writeDriverConfig(const QString& path, const QByteArray& text);
 
 } // namespace TestSupport
 
