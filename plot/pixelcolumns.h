@@ -68,8 +68,8 @@ public:
 
     // Steps. verticalFirst: from each sample the line goes vertically to
     // the value of the next one in the array, then across to it (Qwt's
-    // inverted steps on a vertically oriented curve); otherwise across
-    // first, then vertically.
+    // steps on a vertically oriented curve without the Inverted attribute);
+    // otherwise across first, then vertically.
     bool steps(const double* x, const double* y, int from, int to, bool sortedTimes, bool verticalFirst,
                std::vector<ColumnRun>& out) const;
 
