@@ -35,11 +35,8 @@ void TestScaling::initTestCase()
 
 std::unique_ptr<VistrelMainWindow> TestScaling::makeWindow()
 {
-    TestSupport::useDriverConfig(QString());
-    auto window = std::make_unique<VistrelMainWindow>();
     // Only the table's own scaling is looked at here.
-    QObject::disconnect(window->tableConfig, nullptr, window.get(), nullptr);
-    return window;
+    return TestSupport::windowWithBareTable(QString(), 0);
 }
 
 // Scale and Offset as exact fractions; the texts where their digits are

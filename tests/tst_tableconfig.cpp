@@ -55,26 +55,11 @@ private slots:
     void comboItemClone();
     void lastMouseButtons_data();
     void lastMouseButtons();
-
-private:
-    // A window whose table is cut off from the window's edit rules, so that
-    // only the table's own behaviour is seen.
-    std::unique_ptr<VistrelMainWindow> makeWindow(const QString& driverConfig, int rows);
 };
 
 void TestTableConfig::initTestCase()
 {
     QStandardPaths::setTestModeEnabled(true);
-}
-
-std::unique_ptr<VistrelMainWindow> TestTableConfig::makeWindow(const QString& driverConfig, int rows)
-{
-    TestSupport::useDriverConfig(driverConfig);
-    auto window = std::make_unique<VistrelMainWindow>();
-    QObject::disconnect(window->tableConfig, nullptr, window.get(), nullptr);
-    for (int row = 0; row < rows; ++row)
-        window->tableConfig->addCurveRow(row);
-    return window;
 }
 
 void TestTableConfig::newRowCells_data()
@@ -112,7 +97,7 @@ void TestTableConfig::newRowCells()
     QFETCH(bool, combo);
     QFETCH(bool, editable);
 
-    const auto window = makeWindow(twoNets, 2);
+    const auto window = TestSupport::windowWithBareTable(twoNets, 2);
     TablePlotConfig* table = window->tableConfig;
     for (int row = 0; row < 2; ++row) {
         QCOMPARE(table->cellText(row, col), text);
@@ -152,7 +137,7 @@ void TestTableConfig::buildingRowChangesOnlyItself()
     QFETCH(int, rows);
     QFETCH(int, newRow);
 
-    const auto window = makeWindow(QString(), rows);
+    const auto window = TestSupport::windowWithBareTable(QString(), rows);
     TablePlotConfig* table = window->tableConfig;
     QCOMPARE(table->rowUnderConstruction(), -1);
     QSet<int> changedRows;
@@ -204,7 +189,7 @@ void TestTableConfig::baudCode()
     QFETCH(QString, btrText);
     QFETCH(int, index);
 
-    const auto window = makeWindow(QString(), 1);
+    const auto window = TestSupport::windowWithBareTable(QString(), 1);
     TablePlotConfig* table = window->tableConfig;
     QCOMPARE(table->baud(0), 0);
     table->setBaud(0, setCode);
@@ -254,7 +239,7 @@ void TestTableConfig::btrColumnVisibility()
     QFETCH(QString, action);
     QFETCH(bool, hidden);
 
-    const auto window = makeWindow(QString(), rows);
+    const auto window = TestSupport::windowWithBareTable(QString(), rows);
     TablePlotConfig* table = window->tableConfig;
     QVERIFY(table->isColumnHidden(TablePlotConfig::ColBtr));
     for (const int row : btrRows) {
@@ -291,7 +276,7 @@ void TestTableConfig::cellsOutsideTheTable()
     QFETCH(int, row);
     QFETCH(int, col);
 
-    const auto window = makeWindow(QString(), 2);
+    const auto window = TestSupport::windowWithBareTable(QString(), 2);
     TablePlotConfig* table = window->tableConfig;
     QSignalSpy changes(table, &QTableWidget::cellChanged);
 
@@ -327,7 +312,7 @@ void TestTableConfig::missingComboReadsMinusOne()
     QFETCH(int, row);
     QFETCH(int, col);
 
-    const auto window = makeWindow(QString(), 1);
+    const auto window = TestSupport::windowWithBareTable(QString(), 1);
     TablePlotConfig* table = window->tableConfig;
     table->setRowCount(2); // row 1 has no items at all
 
@@ -372,7 +357,7 @@ void TestTableConfig::valueAxisIndex()
     QFETCH(int, index);
     QFETCH(int, expected);
 
-    const auto window = makeWindow(QString(), 1);
+    const auto window = TestSupport::windowWithBareTable(QString(), 1);
     TablePlotConfig* table = window->tableConfig;
     // Start from the other side so that a change is visible.
     table->setValueAxis(0, expected == 0 ? 1 : 0);
@@ -392,7 +377,7 @@ void TestTableConfig::positionText()
 {
     QFETCH(QString, pos);
 
-    const auto window = makeWindow(QString(), 1);
+    const auto window = TestSupport::windowWithBareTable(QString(), 1);
     TablePlotConfig* table = window->tableConfig;
     table->setPosition(0, pos);
     QCOMPARE(table->cellText(0, TablePlotConfig::ColPos), pos);
@@ -423,7 +408,7 @@ void TestTableConfig::netList()
     QFETCH(int, net);
     QFETCH(QString, text);
 
-    const auto window = makeWindow(config, 1);
+    const auto window = TestSupport::windowWithBareTable(config, 1);
     TablePlotConfig* table = window->tableConfig;
     const QComboBox* box = table->comboSave(0, TablePlotConfig::ColNet)->comboBox;
     QStringList shown;
@@ -456,7 +441,7 @@ void TestTableConfig::curveColor()
     QFETCH(QString, name);
     QFETCH(QString, stored);
 
-    const auto window = makeWindow(QString(), 1);
+    const auto window = TestSupport::windowWithBareTable(QString(), 1);
     TablePlotConfig* table = window->tableConfig;
     table->setCurveColor(0, name);
     QCOMPARE(table->curveColor(0), stored);
@@ -482,7 +467,7 @@ void TestTableConfig::columnLocked()
     QFETCH(int, col);
     QFETCH(bool, blockedBefore);
 
-    const auto window = makeWindow(twoNets, 3);
+    const auto window = TestSupport::windowWithBareTable(twoNets, 3);
     TablePlotConfig* table = window->tableConfig;
     QSignalSpy changes(table, &QTableWidget::cellChanged);
     table->blockSignals(blockedBefore);
@@ -508,7 +493,7 @@ void TestTableConfig::columnLocked()
 
 void TestTableConfig::comboSelectionRaisesCellChanged()
 {
-    const auto window = makeWindow(QString(), 2);
+    const auto window = TestSupport::windowWithBareTable(QString(), 2);
     TablePlotConfig* table = window->tableConfig;
     QComboTableSupportItem* item = table->comboSave(1, TablePlotConfig::ColIntMot);
     QSignalSpy changes(table, &QTableWidget::cellChanged);
@@ -543,7 +528,7 @@ void TestTableConfig::setDataTypeBlocksOnlyTheItem()
 {
     QFETCH(int, col);
 
-    const auto window = makeWindow(QString(), 1);
+    const auto window = TestSupport::windowWithBareTable(QString(), 1);
     TablePlotConfig* table = window->tableConfig;
     QComboTableSupportItem* item = table->comboSave(0, col);
     QSignalSpy changes(table, &QTableWidget::cellChanged);
@@ -655,7 +640,7 @@ void TestTableConfig::lastMouseButtons()
 {
     QFETCH(int, button);
 
-    const auto window = makeWindow(QString(), 2);
+    const auto window = TestSupport::windowWithBareTable(QString(), 2);
     TablePlotConfig* table = window->tableConfig;
     window->show();
     QVERIFY(QTest::qWaitForWindowExposed(window.get()));

@@ -48,24 +48,11 @@ private slots:
     void itemAsksItsGenerator();
     void comboCellShowsTooltip_data();
     void comboCellShowsTooltip();
-
-private:
-    std::unique_ptr<VistrelMainWindow> makeWindow(const QString& driverConfig, int rows);
 };
 
 void TestTooltips::initTestCase()
 {
     QStandardPaths::setTestModeEnabled(true);
-}
-
-std::unique_ptr<VistrelMainWindow> TestTooltips::makeWindow(const QString& driverConfig, int rows)
-{
-    TestSupport::useDriverConfig(driverConfig);
-    auto window = std::make_unique<VistrelMainWindow>();
-    QObject::disconnect(window->tableConfig, nullptr, window.get(), nullptr);
-    for (int row = 0; row < rows; ++row)
-        window->tableConfig->addCurveRow(row);
-    return window;
 }
 
 // The record of net 2 as the test writes it; the row selects net 2.
@@ -110,7 +97,7 @@ void TestTooltips::interfaceText()
     QFETCH(quint64, frequency);
     QFETCH(QString, text);
 
-    const auto window = makeWindow(twoNets, 1);
+    const auto window = TestSupport::windowWithBareTable(twoNets, 1);
     NetInfo& net = window->nets[2];
     net.status = TessStatus{};
     std::strncpy(net.status.boardName, board.constData(), sizeof net.status.boardName - 1);
@@ -134,14 +121,14 @@ void TestTooltips::interfaceTextFromTheDriver()
     // What the window read from the driver at start, and the empty record
     // of net 0 when there is no interface at all.
     const auto window =
-        makeWindow(QStringLiteral("net 0 virtual name=BENCH_CAN features=Fc,2b,Ts tsfreq=8000000 "
+        TestSupport::windowWithBareTable(QStringLiteral("net 0 virtual name=BENCH_CAN features=Fc,2b,Ts tsfreq=8000000 "
                                   "hw=0x0102 fw=0x0304\n"),
                    1);
     QCOMPARE(window->tableConfig->tooltipText(0, TablePlotConfig::ColNet),
              QStringLiteral("BENCH_CAN\nHardware: 0102 Firmware: 0304 Driver: 0100 DLL: 0100\n"
                             "Features: 0023 ( Fc 2b Ts ) Status: 0000\nTS-Freq : 8.000000 MHz"));
 
-    const auto empty = makeWindow(QString(), 1);
+    const auto empty = TestSupport::windowWithBareTable(QString(), 1);
     QCOMPARE(empty->tableConfig->netText(0), QString());
     QCOMPARE(empty->tableConfig->tooltipText(0, TablePlotConfig::ColNet),
              QStringLiteral("\nHardware: 0000 Firmware: 0000 Driver: 0000 DLL: 0000\n"
@@ -171,7 +158,7 @@ void TestTooltips::identifierText()
     QFETCH(bool, bit29);
     QFETCH(QString, text);
 
-    const auto window = makeWindow(QString(), 1);
+    const auto window = TestSupport::windowWithBareTable(QString(), 1);
     TablePlotConfig* table = window->tableConfig;
     table->setIdText(0, id);
     table->set29Bit(0, bit29);
@@ -206,7 +193,7 @@ void TestTooltips::scalingText()
     QFETCH(QStringList, ranges);
     QFETCH(QString, text);
 
-    const auto window = makeWindow(QString(), 1);
+    const auto window = TestSupport::windowWithBareTable(QString(), 1);
     TablePlotConfig* table = window->tableConfig;
     if (!ranges.isEmpty()) {
         table->setRawValueMinText(0, ranges[0]);
@@ -242,7 +229,7 @@ void TestTooltips::cellsShowTheirText()
     QFETCH(int, col);
     QFETCH(QString, text);
 
-    const auto window = makeWindow(twoNets, 1);
+    const auto window = TestSupport::windowWithBareTable(twoNets, 1);
     QCOMPARE(window->tableConfig->tooltipText(row, col), text);
 }
 
@@ -304,7 +291,7 @@ void TestTooltips::comboCellShowsTooltip()
 {
     QFETCH(int, col);
 
-    const auto window = makeWindow(twoNets, 2);
+    const auto window = TestSupport::windowWithBareTable(twoNets, 2);
     VistrelMainWindow& w = *window;
     TablePlotConfig* table = w.tableConfig;
     table->setNetIndex(1, 1);

@@ -1,6 +1,8 @@
 #include "testsupport.h"
 
+#include "tableplotconfig.h"
 #include "tessbus_test.h"
+#include "vistrelmainwindow.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -98,6 +100,16 @@ QByteArray captureStderr(const std::function<void()>& call)
     ::close(saved);
     file.seek(0);
     return file.readAll();
+}
+
+std::unique_ptr<VistrelMainWindow> windowWithBareTable(const QString& driverConfig, int rows)
+{
+    useDriverConfig(driverConfig);
+    auto window = std::make_unique<VistrelMainWindow>();
+    QObject::disconnect(window->tableConfig, nullptr, window.get(), nullptr);
+    for (int row = 0; row < rows; ++row)
+        window->tableConfig->addCurveRow(row);
+    return window;
 }
 
 QByteArray writeDriverConfig(const QString& path, const QByteArray& text)

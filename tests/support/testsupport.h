@@ -9,6 +9,9 @@
 #include <QTimer>
 
 #include <functional>
+#include <memory>
+
+class VistrelMainWindow;
 
 class QWidget;
 
@@ -61,6 +64,11 @@ QString temporaryPath(const QString& name);
 
 // Runs `call` with stderr going into a file and returns what was written.
 QByteArray captureStderr(const std::function<void()>& call);
+
+// A main window on the given driver configuration with rows new rows in
+// its configuration table, which is cut off from the window's edit rules:
+// only the table's own behaviour is seen.
+std::unique_ptr<VistrelMainWindow> windowWithBareTable(const QString& driverConfig, int rows);
 
 // Writes a driver configuration to path, points the driver at it and
 // re-reads it; returns what the driver reported on stderr.
