@@ -45,10 +45,10 @@ PlotCurve::PlotCurve(VistrelMainWindow* mainWindow, const QColor& color, const Q
                      int baud, int canId, int pos, int dataType, int mask, int byteOrder, int axis,
                      double scale, double offset, const QString& unit, int style, bool visible,
                      unsigned points, bool clearArrays)
-    : frameCopy(new TessFrameT[points]), xValues(new double[size_t(points) + 1]),
-      yValues(new double[size_t(points) + 1]), ring(points), scale(scale), offset(offset), maxPoints(points),
-      mainWindow(mainWindow), color(color), name(name), unit(unit), net(net), baud(baud), canId(canId),
-      bytePos(pos - 1), mask(mask), dataType(dataType), byteOrder(byteOrder), axis(axis), style(style)
+    : frameCopy(new TessFrameT[points]), xValues(size_t(points) + 1), yValues(size_t(points) + 1),
+      ring(points), scale(scale), offset(offset), maxPoints(points), mainWindow(mainWindow), color(color),
+      name(name), unit(unit), net(net), baud(baud), canId(canId), bytePos(pos - 1), mask(mask),
+      dataType(dataType), byteOrder(byteOrder), axis(axis), style(style)
 {
     plotItem = new FastPlotCurve(name);
     // By name, so that an alpha channel is dropped.
@@ -286,23 +286,24 @@ PlotCurve::Points PlotCurve::updatePoints()
         frequency = timestampFrequency;
     }
 
-    double* const x = xValues.get() + 1;
-    double* const y = yValues.get() + 1;
     // Of the points held, the newest `kept` stay and move down behind the
     // fresh ones; the oldest leave the curve with the frames the ring lost.
     const unsigned kept = n - fresh;
     double lowest = points.lowest;
     double highest = points.highest;
     bool rescan = kept == 0;
-    for (unsigned i = kept; i < points.count && !rescan; ++i)
-        rescan = y[i] <= lowest || y[i] >= highest; // an extreme leaves
-    if (kept > 0 && fresh > 0) {
-        std::memmove(x + fresh, x, kept * sizeof(double));
-        std::memmove(y + fresh, y, kept * sizeof(double));
+    {
+        const double* const y = yValues.get() + 1;
+        for (unsigned i = kept; i < points.count && !rescan; ++i)
+            rescan = y[i] <= lowest || y[i] >= highest; // an extreme leaves
     }
+    xValues.pushFront(fresh);
+    yValues.pushFront(fresh);
+    double* const x = xValues.get() + 1;
+    double* const y = yValues.get() + 1;
 
-    const DecodeSummary summary =
-        decodeFramesNewestFirst(valueLayout(), frameCopy.get(), fresh, uint64_t(start), uint64_t(frequency), x, y);
+    const DecodeSummary summary = decodeFramesNewestFirst(valueLayout(), frameCopy.get(), fresh,
+                                                          uint64_t(start), uint64_t(frequency), x, y);
     if (rescan) {
         lowest = summary.lowest;
         highest = summary.highest;
@@ -317,5 +318,40 @@ PlotCurve::Points PlotCurve::updatePoints()
         highest = std::max(highest, summary.highest);
     }
     points = {n, lowest, highest, fresh > 0 ? summary.rawNewest : (n > 0 ? points.rawNewest : 0.0)};
+
+    // The marks move down with the samples they point at; a mark that left
+    // the curve took all older ones with it. Then the fresh samples, and the
+    // pair that joins them to the kept ones.
+    const auto shifted = [&](unsigned mark) {
+        return mark == 0 || kept == 0 || mark + fresh > n ? 0 : mark + fresh;
+    };
+    newestTimeBreak = shifted(newestTimeBreak);
+    newestOddValue = shifted(newestOddValue);
+    // A pair needs its older sample in the curve.
+    if (newestTimeBreak + 1 > n)
+        newestTimeBreak = 0;
+    for (unsigned i = fresh; i > 0; --i) {
+        if (i < n && !(x[i - 1] >= x[i]))
+            newestTimeBreak = i;
+        if (!std::isfinite(y[i - 1]))
+            newestOddValue = i;
+    }
     return points;
+}
+
+PlotCurve::PointShape PlotCurve::pointShape() const
+{
+    const double* const x = xValues.get();
+    const double* const y = yValues.get();
+    const unsigned n = points.count;
+    return {newestTimeBreak == 0 && x[0] == x[0] && (n == 0 || x[0] >= x[1]),
+            newestOddValue == 0 && std::isfinite(y[0])};
+}
+
+void PlotCurve::describePointsToItem() const
+{
+    if (auto* const item = dynamic_cast<FastPlotCurve*>(plotItem)) {
+        const PointShape shape = pointShape();
+        item->setKnownShape(int(points.count) + 1, shape.timesFall, shape.valuesFinite);
+    }
 }

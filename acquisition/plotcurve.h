@@ -4,6 +4,7 @@
 #include "curvelock.h"
 #include "framedecode.h"
 #include "framering.h"
+#include "pointarray.h"
 #include "tessbus.h"
 
 #include <QColor>
@@ -77,6 +78,21 @@ public:
     };
     Points updatePoints();
 
+    // What the updates have seen of elements 0..n of the arrays, the live
+    // point included (set it first): whether the times never rise from one
+    // element to the next, and whether all values are finite.
+    struct PointShape
+    {
+        bool timesFall;
+        bool valuesFinite;
+    };
+    PointShape pointShape() const;
+
+    // Tells the plot item the shape, after setRawSamples, so that it needn't
+    // scan the arrays at each replot. Items other than FastPlotCurve don't
+    // ask.
+    void describePointsToItem() const;
+
     // The capture thread's driver handle, -1 while none is open.
     int driverHandle() const { return handle.load(); }
 
@@ -96,8 +112,10 @@ private:
 public:
     // User interface thread only (the refresh cycle, markers, files).
     const std::unique_ptr<TessFrameT[]> frameCopy;
-    const std::unique_ptr<double[]> xValues;
-    const std::unique_ptr<double[]> yValues;
+    // maxPoints + 1 elements each. An update moves where they lie: take
+    // their addresses anew after it.
+    PointArray xValues;
+    PointArray yValues;
     FrameRing ring;
     const double scale;
     const double offset;
@@ -125,6 +143,11 @@ private:
     // What updatePoints() made of the ring at its last call.
     uint64_t pointsUpTo = 0; // ring.appended then
     Points points{0, 0.0, 0.0, 0.0};
+    // The newest sample, counted from 1 behind the live point, whose time
+    // is older than that of the sample behind it, or that isn't a number;
+    // and the newest sample whose value isn't finite. 0 for none.
+    unsigned newestTimeBreak = 0;
+    unsigned newestOddValue = 0;
 
     std::atomic<int32_t> keepRunning{0};
     VistrelMainWindow* const mainWindow;

@@ -44,6 +44,7 @@ void VistrelMainWindow::slotTimeout()
                 x[0] = qMax(elapsed, x[1]);
             }
             curve.plotItem->setRawSamples(x, y, int(n) + 1);
+            curve.describePointsToItem();
 
             tableDescription->setRawValue(row, QString::asprintf("%0.3f", points.rawNewest));
             tableDescription->setCurrentValue(row, QString::asprintf("%0.3f", y[0]));

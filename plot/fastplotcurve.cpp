@@ -96,6 +96,18 @@ private:
 
 FastPlotCurve::FastPlotCurve(const QString& title) : QwtPlotCurve(title) {}
 
+void FastPlotCurve::setKnownShape(int size, bool timesFall, bool valuesFinite)
+{
+    // Times that don't fall may still rise: that is left to find out.
+    known = {size, timesFall ? std::optional<TimeOrder>(TimeOrder::Falling) : std::nullopt, valuesFinite};
+}
+
+void FastPlotCurve::dataChanged()
+{
+    known = KnownShape();
+    QwtPlotCurve::dataChanged();
+}
+
 bool FastPlotCurve::rawArrays(const double** x, const double** y) const
 {
     if (const auto* raw = dynamic_cast<const QwtCPointerData*>(data())) {
@@ -172,14 +184,30 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
     // canvas, also from samples outside the window; only the plain drawing
     // of all samples draws those the same.
     const double width = pen().widthF();
-    if (!testPaintAttribute(ClipPolygons) && !finiteValues(y, from, to)) {
+    // What holds for all samples holds for every part of them. A replot
+    // asks for all; what it finds out is kept until the samples change.
+    const bool whole = from == 0 && to == size - 1;
+    if (known.size != size)
+        known = KnownShape{size, std::nullopt, std::nullopt};
+    const auto ofAll = [whole](auto& slot, auto find) {
+        if (!whole)
+            return find();
+        if (!slot)
+            slot = find();
+        return *slot;
+    };
+    const auto valuesFinite = [&]() {
+        return ofAll(known.valuesFinite, [&]() { return finiteValues(y, from, to); });
+    };
+    const auto order = [&]() { return ofAll(known.order, [&]() { return timeOrder(x, from, to); }); };
+    if (!testPaintAttribute(ClipPolygons) && !valuesFinite()) {
         QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to);
         return;
     }
 
     // Times that aren't finite have no pixel column either. On sorted
     // times they can only stand at the ends.
-    const bool sorted = timeOrder(x, from, to) != TimeOrder::Unsorted;
+    const bool sorted = (known.order == TimeOrder::Falling) || order() != TimeOrder::Unsorted;
     if (sorted ? !std::isfinite(x[from]) || !std::isfinite(x[to]) : !finiteValues(x, from, to)) {
         QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to);
         return;
@@ -198,10 +226,11 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
     // and the last lie beyond the canvas, or end the curve.
     const auto drawPlain = [&]() { QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to); };
 
-    // Where the pixel columns hold a sample or two each, Qwt's own drawing
-    // of the samples in view costs about what the columns cost, and it is
-    // the picture itself.
-    if (sorted && style() != Sticks && to - from < 2 * canvasRect.width()) {
+    // Where the pixel columns hold a sample or two each, Qwt's own line
+    // through the samples in view costs about what the columns cost, and it
+    // is the picture itself. Steps and sticks are rows and columns of
+    // pixels, which the columns fill at a third of the cost of Qt's stroking.
+    if (sorted && style() == Lines && to - from < 2 * canvasRect.width()) {
         drawPlain();
         return;
     }

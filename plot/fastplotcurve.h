@@ -12,6 +12,7 @@
 #include <QPointF>
 #include <QRect>
 
+#include <optional>
 #include <vector>
 
 // The plot item of a curve: a QwtPlotCurve that draws what the plain one
@@ -24,8 +25,11 @@
 // This item reads the arrays given by setRawSamples in place, skips the
 // samples outside the window by binary search on the time array (when it is
 // sorted, either way). Where fewer than two samples per pixel column are
-// left, it hands just those to the plain drawing, which then costs little;
-// otherwise it cuts them into pixel columns (PixelColumns).
+// left, it hands the lines through just those to the plain drawing, which
+// then costs little; otherwise, and always for steps and sticks, it cuts
+// them into pixel columns (PixelColumns). The owner of the arrays may tell
+// it that the times are sorted and the values finite (setKnownShape), so
+// that a replot needn't look at every sample to find out.
 // With the pens of a running capture (one pixel wide, opaque, not
 // antialiased) it fills the pixels of the columns and of the lines between
 // them as rectangles (RowRuns), each pixel once; with other pens it hands
@@ -50,7 +54,17 @@ class FastPlotCurve : public QwtPlotCurve
 public:
     explicit FastPlotCurve(const QString& title = QString());
 
+    // What the owner of the arrays knows of the samples set last, so that a
+    // replot needn't scan all of them to find out: whether the times never
+    // rise from the first sample to the last, and whether every value is
+    // finite. size is the number of samples it speaks of. Forgotten when
+    // the samples are set anew; otherwise the first replot finds it out and
+    // keeps it, as Qwt keeps the bounding rectangle: samples changed in
+    // place must be set again.
+    void setKnownShape(int size, bool timesFall, bool valuesFinite);
+
 protected:
+    void dataChanged() override;
     void drawSeries(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                     const QRectF& canvasRect, int from, int to) const override;
 
@@ -66,6 +80,15 @@ private:
     void drawSpans(QPainter* painter, const QRectF& canvasRect, double baseRow, bool sorted) const;
     void drawPolyline(QPainter* painter, const QRectF& canvasRect) const;
     void drawSticks(QPainter* painter, double baseRow) const;
+
+    // Of all samples, as told or as a replot found out; empty where neither.
+    struct KnownShape
+    {
+        int size = -1;
+        std::optional<TimeOrder> order;
+        std::optional<bool> valuesFinite;
+    };
+    mutable KnownShape known;
 
     // Kept from one replot to the next, so that drawing allocates only when
     // it needs more room than before.

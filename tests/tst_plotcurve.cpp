@@ -4,6 +4,7 @@
 #include "dataplot.h"
 #include "framedecode.h"
 #include "plotcurve.h"
+#include "pointarray.h"
 #include "testsupport.h"
 #include "vistrelmainwindow.h"
 
@@ -102,6 +103,8 @@ private slots:
     void stepHoldsValueUntilNextSample();
     void updatePointsMatchesAFullDecode_data();
     void updatePointsMatchesAFullDecode();
+    void pointArrayMovesSamplesDown_data();
+    void pointArrayMovesSamplesDown();
 
 private:
     std::unique_ptr<VistrelMainWindow> window;
@@ -463,7 +466,6 @@ void TestPlotCurve::decodeFrame()
     QCOMPARE(gotValue, value);
 }
 
-
 // In "Steps", a sample's value holds from its own time until the next,
 // newer sample: with samples newest first, the curve at t = 1.5 shows the
 // value of the sample at 1.0, not that of the sample at 2.0.
@@ -506,17 +508,29 @@ void TestPlotCurve::updatePointsMatchesAFullDecode_data()
     QTest::addColumn<QList<int>>("batches"); // frames appended between two updates
     QTest::addColumn<QList<int>>("spikes");  // frames with a far value: high, low, high, ...
     QTest::addColumn<bool>("withNaN");
+    QTest::addColumn<QList<int>>("clockBack"); // frames stamped before the one ahead of them
 
-    QTest::newRow("filling") << 50u << QList<int>{1, 3, 0, 10, 2} << QList<int>{} << false;
-    QTest::newRow("wrapping") << 7u << QList<int>{3, 3, 3, 1, 0, 6, 2} << QList<int>{} << false;
+    QTest::newRow("filling") << 50u << QList<int>{1, 3, 0, 10, 2} << QList<int>{} << false << QList<int>{};
+    QTest::newRow("wrapping") << 7u << QList<int>{3, 3, 3, 1, 0, 6, 2} << QList<int>{} << false
+                              << QList<int>{};
     QTest::newRow("more than the ring between updates")
-        << 7u << QList<int>{5, 20, 1, 8, 3} << QList<int>{6, 30} << false;
+        << 7u << QList<int>{5, 20, 1, 8, 3} << QList<int>{6, 30} << false << QList<int>{};
     QTest::newRow("extremes leave the ring")
-        << 10u << QList<int>{4, 4, 4, 4, 4, 4, 4} << QList<int>{2, 5, 13} << false;
+        << 10u << QList<int>{4, 4, 4, 4, 4, 4, 4} << QList<int>{2, 5, 13} << false << QList<int>{};
     QTest::newRow("a tie with a leaving extreme")
-        << 6u << QList<int>{3, 3, 3, 3, 3} << QList<int>{1, 2, 4, 7} << false;
-    QTest::newRow("NaN values") << 9u << QList<int>{2, 5, 7, 1, 1, 9} << QList<int>{3, 4} << true;
-    QTest::newRow("ring of one") << 1u << QList<int>{1, 0, 2, 1, 5} << QList<int>{0, 3} << false;
+        << 6u << QList<int>{3, 3, 3, 3, 3} << QList<int>{1, 2, 4, 7} << false << QList<int>{};
+    QTest::newRow("NaN values") << 9u << QList<int>{2, 5, 7, 1, 1, 9} << QList<int>{3, 4} << true
+                                << QList<int>{};
+    QTest::newRow("ring of one") << 1u << QList<int>{1, 0, 2, 1, 5} << QList<int>{0, 3} << false
+                                 << QList<int>{2};
+    // Where the clock went back, the times are out of order until that
+    // frame has left the ring; a break can also sit between two batches.
+    QTest::newRow("clock set back, then gone")
+        << 8u << QList<int>{3, 2, 4, 4, 4, 4} << QList<int>{} << false << QList<int>{1, 5, 7};
+    QTest::newRow("clock set back at batch starts")
+        << 12u << QList<int>{4, 4, 4, 4, 4, 4, 4, 4} << QList<int>{} << false << QList<int>{4, 8, 16};
+    QTest::newRow("clock set back, values not finite")
+        << 10u << QList<int>{3, 7, 1, 9, 2, 5, 11} << QList<int>{} << true << QList<int>{3, 9, 22};
 }
 
 void TestPlotCurve::updatePointsMatchesAFullDecode()
@@ -525,6 +539,7 @@ void TestPlotCurve::updatePointsMatchesAFullDecode()
     QFETCH(QList<int>, batches);
     QFETCH(QList<int>, spikes);
     QFETCH(bool, withNaN);
+    QFETCH(QList<int>, clockBack);
 
     CurveParams p;
     p.dataType = 6; // Real32
@@ -552,8 +567,10 @@ void TestPlotCurve::updatePointsMatchesAFullDecode()
                     value = std::numeric_limits<float>::quiet_NaN();
                 uint32_t bits = 0;
                 std::memcpy(&bits, &value, 4);
-                const Bytes bytes{int(bits & 0xFF), int(bits >> 8 & 0xFF), int(bits >> 16 & 0xFF), int(bits >> 24)};
-                const TessFrameT frame = frameT(bytes, 1000 + uint64_t(serial) * 7);
+                const Bytes bytes{int(bits & 0xFF), int(bits >> 8 & 0xFF), int(bits >> 16 & 0xFF),
+                                  int(bits >> 24)};
+                const uint64_t stamp = 1000 + uint64_t(serial) * 7 - (clockBack.contains(serial) ? 20 : 0);
+                const TessFrameT frame = frameT(bytes, stamp);
                 curve->appendFrames(&frame, 1);
             }
         }
@@ -579,6 +596,59 @@ void TestPlotCurve::updatePointsMatchesAFullDecode()
         QCOMPARE(points.highest, full.highest);
         if (n > 0 && !std::isnan(full.rawNewest))
             QCOMPARE(points.rawNewest, full.rawNewest);
+
+        // What the item is told of the arrays, against a look at all of
+        // them, with the live point set as a tick sets it.
+        curve->xValues[0] = n > 0 ? curve->xValues[1] + 0.5 : 1.0;
+        curve->yValues[0] = n > 0 ? curve->yValues[1] : 0.0;
+        bool timesFall = true;
+        bool valuesFinite = std::isfinite(curve->yValues[0]);
+        for (unsigned i = 0; i < n; ++i) {
+            timesFall = timesFall && curve->xValues[i] >= curve->xValues[i + 1];
+            valuesFinite = valuesFinite && std::isfinite(curve->yValues[i + 1]);
+        }
+        const PlotCurve::PointShape shape = curve->pointShape();
+        QCOMPARE(shape.timesFall, timesFall);
+        QCOMPARE(shape.valuesFinite, valuesFinite);
+    }
+}
+
+void TestPlotCurve::pointArrayMovesSamplesDown_data()
+{
+    QTest::addColumn<int>("length");
+    QTest::addColumn<QList<int>>("pushes");
+
+    QTest::newRow("one at a time") << 5 << QList<int>{1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+    QTest::newRow("batches across the top") << 9 << QList<int>{3, 4, 2, 5, 1, 8, 0, 6, 7, 3};
+    QTest::newRow("whole arrays") << 6 << QList<int>{5, 5, 5, 2, 5};
+    QTest::newRow("more than the array holds") << 4 << QList<int>{9, 1, 12};
+    QTest::newRow("live point only") << 1 << QList<int>{0, 1, 3};
+}
+
+void TestPlotCurve::pointArrayMovesSamplesDown()
+{
+    QFETCH(int, length);
+    QFETCH(QList<int>, pushes);
+
+    // The same pushes on a plain vector, moved element by element.
+    PointArray array{size_t(length)};
+    std::fill_n(array.get(), length, 0.0);
+    std::vector<double> expected(size_t(length), 0.0);
+    double next = 1.0;
+    for (const int push : pushes) {
+        array.pushFront(size_t(push));
+        const int fresh = std::min(push, length - 1);
+        for (int i = length - 1; i > fresh; --i)
+            expected[size_t(i)] = expected[size_t(i - fresh)];
+        for (int i = 1; i <= fresh; ++i, next += 1.0) {
+            array[size_t(i)] = next;
+            expected[size_t(i)] = next;
+        }
+        array[0] = -next;
+        expected[0] = -next;
+        QCOMPARE(array.size(), size_t(length));
+        for (int i = 0; i < length; ++i)
+            QCOMPARE(array.get()[i], expected[size_t(i)]);
     }
 }
 
