@@ -41,8 +41,8 @@
 #include <ctime>
 #include <memory>
 #include <random>
+#include <string>
 #include <vector>
-
 
 namespace {
 
@@ -225,8 +225,9 @@ double cpuMs()
 
 struct Cost
 {
-    double cpu;  // median ms of CPU time
-    double wall; // median ms of wall time
+    double cpu;      // median ms of CPU time
+    double wall;     // median ms of wall time
+    double worstCpu; // the longest tick, ms of CPU time
 };
 
 double median(std::vector<double> v)
@@ -249,16 +250,17 @@ double measureReplots(VistrelMainWindow& window)
     return median(ms);
 }
 
-// Medians over the ticks; at least 5, more while under a second, at most 15.
+// Medians over the ticks; at least 5, more while under a second, at most
+// 15, or exactly `ticks` if given.
 Cost measureTicks(VistrelMainWindow& window, std::vector<FrameFeed>& feeds, PaintCounter& counter,
-                  bool* paintedEveryTick)
+                  bool* paintedEveryTick, int ticks = 0)
 {
     std::vector<double> ms;
     std::vector<double> cpu;
     QElapsedTimer total;
     total.start();
     *paintedEveryTick = true;
-    for (int tick = 0; tick < 17; ++tick) {
+    for (int tick = 0; tick < (ticks > 0 ? ticks + 2 : 17); ++tick) {
         for (int i = 0; i < window.curves.size(); ++i)
             feeds[size_t(i)].append(*window.curves[i], framesPerTick);
         // The record ends at the present, whenever the tick runs.
@@ -276,10 +278,10 @@ Cost measureTicks(VistrelMainWindow& window, std::vector<FrameFeed>& feeds, Pain
             ms.push_back(elapsed);
             cpu.push_back(cpuElapsed);
         }
-        if (ms.size() >= 5 && total.elapsed() > 1000)
+        if (ticks == 0 && ms.size() >= 5 && total.elapsed() > 1000)
             break;
     }
-    return {median(cpu), median(ms)};
+    return {median(cpu), median(ms), *std::max_element(cpu.begin(), cpu.end())};
 }
 
 } // namespace
@@ -344,6 +346,7 @@ int main(int argc, char** argv)
         goalOnly ? std::vector<int>{1, 8, 16, 32} : std::vector<int>{1, 8, 16, 32};
     bool allPainted = true;
     bool layoutShown = false;
+    std::string longestTicks;
 
     for (const unsigned plotSize : {5000u, 100000u}) {
         for (const int curves : curveCounts) {
@@ -380,7 +383,7 @@ int main(int argc, char** argv)
                     for (const QSharedPointer<PlotCurve>& curve : qAsConst(window.curves))
                         window.plot->setCurveStyle(curve.data(), true, style.index);
                     bool painted = false;
-                    Cost baseline{0.0, 0.0};
+                    Cost baseline{0.0, 0.0, 0.0};
                     if (withBaseline) {
                         items.use(true);
                         baseline = measureTicks(window, feeds, counter, &painted);
@@ -397,8 +400,29 @@ int main(int argc, char** argv)
                     std::fflush(stdout);
                 }
             }
+
+            // The point arrays go back to the top of their buffers after a
+            // quarter of their length of new frames; such a tick moves all
+            // points. Enough ticks in a row to hold one or more of those.
+            if (only.isEmpty()) {
+                window.sliderTimeBase->setValue(windows[2].sliderIndex);
+                for (const QSharedPointer<PlotCurve>& curve : qAsConst(window.curves))
+                    window.plot->setCurveStyle(curve.data(), true, styles[0].index);
+                const int ticks = int(plotSize / 4 / framesPerTick) + 10;
+                bool painted = false;
+                const Cost run = measureTicks(window, feeds, counter, &painted, ticks);
+                allPainted = allPainted && painted;
+                char line[160];
+                std::snprintf(line, sizeof line, "%6d %9u %7s %7s %6d %12.2f %12.2f\n", curves, plotSize,
+                              windows[2].name, styles[0].name, ticks, run.cpu, run.worstCpu);
+                longestTicks += line;
+            }
         }
     }
+    std::printf("\nTicks in a row, item only, with the arrays going back to the top at least once:\n");
+    std::printf("%6s %9s %7s %7s %6s %12s %12s\n", "curves", "plotSize", "window", "style", "ticks",
+                "median ms", "longest ms");
+    std::printf("%s", longestTicks.c_str());
     if (!allPainted)
         std::printf("\nWARNING: some ticks did not paint the canvas exactly once.\n");
     return 0;
