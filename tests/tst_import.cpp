@@ -578,15 +578,7 @@ void TestImport::fileDialog()
     ModalHandler handler(
         [&](QWidget* widget) {
             if (auto* dialog = qobject_cast<QFileDialog*>(widget)) {
-                seen << dialog->windowTitle() << dialog->nameFilters().join(QLatin1Char(';'))
-                     << QString::number(dialog->fileMode());
-                if (typed.isEmpty()) {
-                    dialog->reject();
-                    return;
-                }
-                dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))
-                    ->setText(directory.filePath(typed));
-                QMetaObject::invokeMethod(dialog, "accept");
+                TestSupport::answerFileDialog(dialog, dialog->fileMode(), typed.isEmpty() ? QString() : directory.filePath(typed), &seen);
             } else if (auto* box = qobject_cast<QMessageBox*>(widget)) {
                 seen << box->text();
                 box->button(QMessageBox::Ok)->click();

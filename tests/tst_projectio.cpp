@@ -613,14 +613,7 @@ void TestProjectIo::dialogs()
     ModalHandler handler(
         [&](QWidget* widget) {
             if (auto* dialog = qobject_cast<QFileDialog*>(widget)) {
-                seen << dialog->windowTitle() << dialog->nameFilters().join(QLatin1Char(';'))
-                     << QString::number(dialog->acceptMode());
-                if (typed.isEmpty()) {
-                    dialog->reject();
-                    return;
-                }
-                dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(inDirectory(typed));
-                QMetaObject::invokeMethod(dialog, "accept");
+                TestSupport::answerFileDialog(dialog, dialog->acceptMode(), typed.isEmpty() ? QString() : inDirectory(typed), &seen);
             } else if (auto* box = qobject_cast<QMessageBox*>(widget)) {
                 seen << box->text();
                 box->button(box->button(QMessageBox::Yes) ? QMessageBox::Yes : QMessageBox::Ok)->click();

@@ -8,6 +8,8 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileDialog>
+#include <QLineEdit>
 #include <QStandardPaths>
 #include <QTemporaryFile>
 #include <QTest>
@@ -55,8 +57,7 @@ MessageBoxAnswerer::MessageBoxAnswerer(QMessageBox::StandardButton button, int t
                   box->reject();
           },
           times)
-{
-}
+{}
 
 namespace {
 
@@ -67,6 +68,17 @@ QTemporaryDir& testDirectory()
 }
 
 } // namespace
+
+void answerFileDialog(QFileDialog* dialog, int mode, const QString& path, QStringList* seen)
+{
+    *seen << dialog->windowTitle() << dialog->nameFilters().join(QLatin1Char(';')) << QString::number(mode);
+    if (path.isEmpty()) {
+        dialog->reject();
+        return;
+    }
+    dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(path);
+    QMetaObject::invokeMethod(dialog, "accept");
+}
 
 QString temporaryPath(const QString& name)
 {

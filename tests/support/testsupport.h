@@ -13,6 +13,7 @@
 
 class VistrelMainWindow;
 
+class QFileDialog;
 class QWidget;
 
 namespace TestSupport {
@@ -54,6 +55,11 @@ private:
     QStringList boxTexts;
     ModalHandler handler;
 };
+
+// Answers a file dialog: records its title, its name filters joined by ';'
+// and the given mode, then rejects it if path is empty, or else types path
+// into its file name field and accepts it.
+void answerFileDialog(QFileDialog* dialog, int mode, const QString& path, QStringList* seen);
 
 // Gives the driver a configuration of the test's own and re-reads it. The
 // file lives in a temporary directory for the rest of the process.
