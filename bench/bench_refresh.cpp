@@ -13,6 +13,7 @@
 //   bench_refresh --case 16,100000,all,Steps [--no-baseline]
 //                                  one case, for a profiler
 //   bench_refresh --noise 4        noise of 4 % of the value range (default 0.5)
+//   bench_refresh --width 2        curves drawn with a pen of 2 pixels (default 1)
 
 #include "curvelock.h"
 #include "dataplot.h"
@@ -302,6 +303,8 @@ int main(int argc, char** argv)
     const int noiseAt = arguments.indexOf("--noise");
     const double noisePercent =
         noiseAt > 0 && noiseAt + 1 < arguments.size() ? arguments[noiseAt + 1].toDouble() : 0.5;
+    const int widthAt = arguments.indexOf("--width");
+    const int lineWidth = widthAt > 0 && widthAt + 1 < arguments.size() ? arguments[widthAt + 1].toInt() : 1;
     const bool goalOnly = arguments.contains("--goal");
     const bool withBaseline = !arguments.contains("--no-baseline");
     const int caseAt = arguments.indexOf("--case");
@@ -313,6 +316,7 @@ int main(int argc, char** argv)
     };
 
     VistrelMainWindow window;
+    window.lineWidth = lineWidth;
     window.show();
     window.plot->setFixedSize(1200, 600);
     auto* canvas = qobject_cast<QwtPlotCanvas*>(window.plot->canvas());
@@ -327,6 +331,7 @@ int main(int argc, char** argv)
     std::printf("Plot %dx%d, canvas %dx%d; %g s of frames: a slow wave with %g %% noise and spikes.\n",
                 window.plot->width(), window.plot->height(), canvas->contentsRect().width(),
                 canvas->contentsRect().height(), recordSeconds, noisePercent);
+    std::printf("Curve pens %d pixel%s wide.\n", lineWidth, lineWidth == 1 ? "" : "s");
     std::printf("Before each tick every curve gets %u new frames, which push out as many old ones.\n",
                 framesPerTick);
     std::printf("Medians of the ticks in ms of CPU time of the process (wall time for the\n"
