@@ -9,6 +9,7 @@
 #include <QBrush>
 #include <QLineF>
 #include <QPen>
+#include <QPoint>
 #include <QPointF>
 #include <QRect>
 
@@ -98,6 +99,7 @@ private:
     mutable std::vector<QRect> spans;
     mutable std::vector<QLineF> lines;
     mutable std::vector<QPointF> vertices;
+    mutable std::vector<QPoint> tipPixels;
     mutable QPen pensOf{Qt::NoPen}; // the pen that flatPen and spanBrush were made of
     mutable QPen flatPen;
     mutable QBrush spanBrush;

@@ -277,24 +277,21 @@ bool PixelColumns::columnRuns(const double* x, const double* y, int from, int to
         const int s = i > from ? i - before : i;
         const int e = j < to ? j + after : j;
         ColumnRun run;
-        double rowA;
-        double rowB;
+        double valueA;
+        double valueB;
         if (ordered) {
             int lowAt;
             int highAt;
             if (!extremesAt(y, s, e, &lowAt, &highAt))
                 return false;
             // In the order in which the line reaches them.
-            rowA = pixelY(y[std::min(lowAt, highAt)]);
-            rowB = pixelY(y[std::max(lowAt, highAt)]);
-        } else {
-            double lowValue;
-            double highValue;
-            if (!extremes(y, s, e, &lowValue, &highValue))
-                return false;
-            rowA = pixelY(lowValue);
-            rowB = pixelY(highValue);
+            valueA = y[std::min(lowAt, highAt)];
+            valueB = y[std::max(lowAt, highAt)];
+        } else if (!extremes(y, s, e, &valueA, &valueB)) {
+            return false;
         }
+        const double rowA = pixelY(valueA);
+        const double rowB = pixelY(valueB);
         run.x = column;
         run.first = pixelY(y[s]);
         run.last = pixelY(y[e]);
@@ -302,6 +299,10 @@ bool PixelColumns::columnRuns(const double* x, const double* y, int from, int to
         run.low = std::min(rowA, rowB);
         run.high = std::max(rowA, rowB);
         run.lowFirst = rowA <= rowB;
+        run.lowValue = rowA <= rowB ? valueA : valueB;
+        run.highValue = rowA <= rowB ? valueB : valueA;
+        run.begin = i;
+        run.end = j;
         out.push_back(run);
         guess = j - i + 1;
         i = j + 1;
@@ -335,4 +336,14 @@ bool PixelColumns::sticks(const double* x, const double* y, int from, int to, bo
 double PixelColumns::stickRow(double value) const
 {
     return roundQ(yMap.transform(value));
+}
+
+QPointF PixelColumns::lineVertex(double x, double y) const
+{
+    return QPointF(roundHalfAway(xMap.transform(x)), roundHalfAway(yMap.transform(y)));
+}
+
+double PixelColumns::lineRow(double value) const
+{
+    return roundHalfAway(yMap.transform(value));
 }

@@ -3,6 +3,8 @@
 
 #include <qwt_scale_map.h>
 
+#include <QPointF>
+
 #include <vector>
 
 // Order of a time array over an index range.
@@ -38,6 +40,10 @@ struct ColumnRun
     double low;    // smallest row the line reaches in the column
     double high;   // largest row
     bool lowFirst; // whether it reaches low before high; only if asked for
+    int begin;     // the samples in the column
+    int end;
+    double lowValue;  // a value that lies on row low
+    double highValue; // and one on row high
 };
 
 // Cuts the polyline that Qwt draws through a curve's samples into pixel
@@ -80,6 +86,10 @@ public:
 
     // The row of a value as Qwt rounds the ends of a stick.
     double stickRow(double value) const;
+
+    // The vertex of a sample as Qwt rounds those of lines, and its row.
+    QPointF lineVertex(double x, double y) const;
+    double lineRow(double value) const;
 
 private:
     enum class Rounding {

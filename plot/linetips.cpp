@@ -1,0 +1,242 @@
+#include "linetips.h"
+
+#include <algorithm>
+
+bool clipAsQwt(QPointF& a, QPointF& b, const QRectF& rect)
+{
+    const double left = rect.x();
+    const double right = rect.x() + rect.width();
+    const double top = rect.y();
+    const double bottom = rect.y() + rect.height();
+    // Qwt intersects from the later point p1 back to the earlier p2.
+    const auto atX = [](const QPointF& p1, const QPointF& p2, double x) {
+        const double dy = (p1.y() - p2.y()) / double(p1.x() - p2.x());
+        return QPointF(x, p2.y() + (x - p2.x()) * dy);
+    };
+    const auto atY = [](const QPointF& p1, const QPointF& p2, double y) {
+        const double dx = (p1.x() - p2.x()) / double(p1.y() - p2.y());
+        return QPointF(p2.x() + (y - p2.y()) * dx, y);
+    };
+    for (int edge = 0; edge < 4; ++edge) {
+        const auto inside = [edge, left, right, top, bottom](const QPointF& p) {
+            switch (edge) {
+            case 0:
+                return p.x() >= left;
+            case 1:
+                return p.x() <= right;
+            case 2:
+                return p.y() >= top;
+            default:
+                return p.y() <= bottom;
+            }
+        };
+        const bool aInside = inside(a);
+        const bool bInside = inside(b);
+        if (aInside && bInside)
+            continue;
+        if (!aInside && !bInside)
+            return false;
+        const QPointF cut = edge == 0   ? atX(b, a, left)
+                            : edge == 1 ? atX(b, a, right)
+                            : edge == 2 ? atY(b, a, top)
+                                        : atY(b, a, bottom);
+        (aInside ? b : a) = cut;
+    }
+    return true;
+}
+
+LineTips::LineTips(const PixelColumns& columns, const QRect& device, const QPoint& toDevice,
+                   const QRectF* clipRect, bool squareCaps, int first, int last)
+    : columns(columns), toDevice(toDevice), clipRect(clipRect), first(first), last(last),
+      stroke(device, squareCaps)
+{}
+
+bool LineTips::inside(const QPointF& p) const
+{
+    return !clipRect || (p.x() >= clipRect->left() && p.x() <= clipRect->right() &&
+                         p.y() >= clipRect->top() && p.y() <= clipRect->bottom());
+}
+
+int LineTips::previousVertex(const double* x, const double* y, int i, const QPointF& at) const
+{
+    // Samples on the same pixel add no line.
+    for (int k = i - 1; k >= first; --k) {
+        if (columns.lineVertex(x[k], y[k]) != at)
+            return k;
+    }
+    return -1;
+}
+
+int LineTips::nextVertex(const double* x, const double* y, int i, const QPointF& at) const
+{
+    for (int k = i + 1; k <= last; ++k) {
+        if (columns.lineVertex(x[k], y[k]) != at)
+            return k;
+    }
+    return -1;
+}
+
+void LineTips::trace(const double* x, const double* y, int i, int row)
+{
+    traced.clear();
+    const QPointF tip = columns.lineVertex(x[i], y[i]);
+    if (!inside(tip))
+        return;
+
+    // The line before the one to the tip tells Qt the pixel and direction
+    // it comes from; earlier lines change nothing near the tip.
+    QPointF chain[4];
+    int count = 0;
+    bool start = false;
+    chain[count++] = tip;
+    int k = i;
+    for (int n = 0; n < 2; ++n) {
+        const int before = previousVertex(x, y, k, chain[count - 1]);
+        if (before < 0) {
+            start = true;
+            break;
+        }
+        QPointF from = columns.lineVertex(x[before], y[before]);
+        if (!inside(from)) {
+            // Qwt's cut polygon enters here; what comes before runs
+            // outside the canvas.
+            QPointF to = chain[count - 1];
+            if (clipAsQwt(from, to, *clipRect))
+                chain[count++] = from;
+            break;
+        }
+        chain[count++] = from;
+        k = before;
+    }
+    std::reverse(chain, chain + count);
+    const int tipAt = count - 1;
+
+    bool end = false;
+    const int after = nextVertex(x, y, i, tip);
+    if (after < 0) {
+        end = true;
+    } else {
+        QPointF from = tip;
+        QPointF to = columns.lineVertex(x[after], y[after]);
+        if (!inside(to) && !clipAsQwt(from, to, *clipRect))
+            end = true;
+        else
+            chain[count++] = to;
+    }
+
+    const QPointF shift(toDevice);
+    const int top = row + toDevice.y() - 1;
+    const int bottom = row + toDevice.y() + 1;
+    stroke.moveTo(chain[0] + shift, start);
+    for (int n = 1; n < count; ++n) {
+        const bool lineEnd = n == count - 1 && end;
+        if (n < tipAt)
+            stroke.lineTo(chain[n] + shift, lineEnd, top, top - 1, &traced);
+        else
+            stroke.lineTo(chain[n] + shift, lineEnd, top, bottom, &traced);
+    }
+    for (QPoint& pixel : traced)
+        pixel -= toDevice;
+}
+
+void LineTips::apply(const double* x, const double* y, std::vector<ColumnRun>& runs, const QRect& visible,
+                     std::vector<QPoint>* extra)
+{
+    tipsDrawn.assign(runs.size(), 0);
+    outside.clear();
+    const int count = int(runs.size());
+    // What the lines around a tip of column r set: the tips of r and of
+    // the columns beside it, pixels within r, which it has anyway, and
+    // maybe pixels beyond.
+    const auto take = [&](int r) {
+        for (const QPoint& p : traced) {
+            bool known = false;
+            for (int k = std::max(0, r - 1); k <= std::min(count - 1, r + 1); ++k) {
+                const ColumnRun& run = runs[size_t(k)];
+                if (run.x != p.x())
+                    continue;
+                if (p.y() == run.low)
+                    tipsDrawn[size_t(k)] |= LowDrawn;
+                if (p.y() == run.high)
+                    tipsDrawn[size_t(k)] |= HighDrawn;
+                known = known || (p.y() >= run.low && p.y() <= run.high);
+            }
+            if (!known)
+                outside.push_back({p, r});
+        }
+    };
+
+    const auto rowOf = [&](int i) { return columns.lineRow(y[i]); };
+    for (int r = 0; r < count; ++r) {
+        const ColumnRun& run = runs[size_t(r)];
+        if (run.x < visible.left() || run.x > visible.right())
+            continue;
+        for (int end = 0; end < (run.low == run.high ? 1 : 2); ++end) {
+            const double row = end == 0 ? run.low : run.high;
+            const double value = end == 0 ? run.lowValue : run.highValue;
+            if (row < visible.top() || row > visible.bottom()) {
+                tipsDrawn[size_t(r)] |= end == 0 ? LowDrawn : HighDrawn;
+                continue;
+            }
+            // Lines within the column are vertical; one that comes to the
+            // tip turns back there, and Qt then always sets the tip and
+            // nothing beyond it. Only where a line to or from the tip
+            // leaves the column is there more to find out.
+            int i = run.begin;
+            if (rowOf(i) == row) {
+                trace(x, y, i, int(row));
+                take(r);
+                while (i < run.end && rowOf(i + 1) == row)
+                    ++i;
+            }
+            int k = run.end;
+            if (k > i && rowOf(k) == row) {
+                while (k - 1 > i && rowOf(k - 1) == row)
+                    --k;
+                trace(x, y, k, int(row));
+                take(r);
+            }
+            // Mostly the extreme value itself lies in between; otherwise
+            // another value on the same row may.
+            const auto onTip = [&](int from, int to, auto test) {
+                for (int j = from; j < to; ++j) {
+                    if (test(j))
+                        return true;
+                }
+                return false;
+            };
+            if (onTip(i + 1, k, [&](int j) { return y[j] == value; }) ||
+                onTip(i + 1, k, [&](int j) { return rowOf(j) == row; }))
+                tipsDrawn[size_t(r)] |= end == 0 ? LowDrawn : HighDrawn;
+        }
+    }
+
+    for (int r = 0; r < count; ++r) {
+        ColumnRun& run = runs[size_t(r)];
+        if (run.x < visible.left() || run.x > visible.right())
+            continue;
+        const bool lowDrawn = tipsDrawn[size_t(r)] & LowDrawn;
+        const bool highDrawn = tipsDrawn[size_t(r)] & HighDrawn;
+        if (run.low == run.high) {
+            if (!lowDrawn)
+                run.low = run.high + 1.0;
+            continue;
+        }
+        if (!lowDrawn)
+            run.low += 1.0;
+        if (!highDrawn)
+            run.high -= 1.0;
+    }
+
+    // What lay beyond the tips may still lie within a column beside.
+    for (const TipPixel& tip : outside) {
+        bool covered = false;
+        for (int k = std::max(0, tip.run - 1); k <= std::min(count - 1, tip.run + 1); ++k) {
+            const ColumnRun& run = runs[size_t(k)];
+            covered =
+                covered || (run.x == tip.pixel.x() && tip.pixel.y() >= run.low && tip.pixel.y() <= run.high);
+        }
+        if (!covered)
+            extra->push_back(tip.pixel);
+    }
+}
