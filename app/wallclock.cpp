@@ -1,5 +1,7 @@
 #include "wallclock.h"
 
+#include <QDateTime>
+
 double wallClockSecondsAt(const QDate& date, const QTime& time)
 {
     return date.dayOfYear() * 86400.0 + time.hour() * 3600 + time.minute() * 60 + time.second() +
@@ -8,9 +10,9 @@ double wallClockSecondsAt(const QDate& date, const QTime& time)
 
 double wallClockSeconds()
 {
-    // Time first, then date: read the other way round, a call just before
-    // midnight could combine the new day with the old time.
-    const QTime time = QTime::currentTime();
-    const QDate date = QDate::currentDate();
-    return wallClockSecondsAt(date, time);
+    // One reading for both, so that a call at midnight can't combine the
+    // day of one with the time of the other; each reading of the local
+    // time costs a look at the time zone.
+    const QDateTime now = QDateTime::currentDateTime();
+    return wallClockSecondsAt(now.date(), now.time());
 }

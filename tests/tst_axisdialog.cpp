@@ -23,33 +23,41 @@ private:
     QLocale saved;
 };
 
-// The window's side of the dialog: the two records and the fit flag.
-struct AxisRecords
-{
-    ValueAxisSettings left = ValueAxisSettings::leftDefault();
-    ValueAxisSettings right = ValueAxisSettings::rightDefault();
-    QVector<ValueAxisSettings*> axes{&left, &right};
-    bool fit = false;
-};
-
 bool sameSettings(const ValueAxisSettings& a, const ValueAxisSettings& b)
 {
     return a.min == b.min && a.max == b.max && a.step == b.step && a.visible == b.visible && a.grid == b.grid;
 }
 
-// Finds the widgets of the dialog by their object names.
-class DialogView
+template <typename T> T* child(QWidget* parent, const char* name)
 {
-public:
-    explicit DialogView(QWidget* dialog) : dialog(dialog) {}
+    T* found = parent->findChild<T*>(QLatin1String(name));
+    if (!found)
+        qFatal("no child %s", name);
+    return found;
+}
 
-    QTabWidget* tabs() const { return child<QTabWidget>(dialog, "tabWidget"); }
+// The window's side of the dialog (the two records and the fit flag), the
+// dialog on them, and its widgets found by their object names.
+struct AxisDialog
+{
+    explicit AxisDialog(const ValueAxisSettings& l = ValueAxisSettings::leftDefault(),
+                        const ValueAxisSettings& r = ValueAxisSettings::rightDefault(), bool fitFlag = false)
+        : left(l), right(r), fit(fitFlag)
+    {}
+
+    QTabWidget* tabs() const { return dialog.tabWidget; }
     QWidget* page(int index) const { return tabs()->widget(index); }
     QLineEdit* edit(int index, const char* name) const { return child<QLineEdit>(page(index), name); }
     QCheckBox* visibleBox(int index) const { return child<QCheckBox>(page(index), "checkBoxAxisVisible"); }
     QCheckBox* gridBox(int index) const { return child<QCheckBox>(page(index), "checkBoxGrid"); }
-    QCheckBox* fitBox() const { return child<QCheckBox>(dialog, "checkBoxFitScaleToViewport"); }
-    QPushButton* button(const char* name) const { return child<QPushButton>(dialog, name); }
+    QCheckBox* fitBox() { return dialog.checkBoxFitScaleToViewport; }
+    void apply() { dialog.pushButtonApply->click(); }
+    const ValueAxisSettings& record(int index) const { return index == 0 ? left : right; }
+    bool recordsUnchanged() const
+    {
+        return sameSettings(left, ValueAxisSettings::leftDefault()) &&
+               sameSettings(right, ValueAxisSettings::rightDefault());
+    }
 
     void setViewport(int index, const QString& min, const QString& max, const QString& step) const
     {
@@ -58,16 +66,12 @@ public:
         edit(index, "lineEditStep")->setText(step);
     }
 
-private:
-    template <typename T> static T* child(QWidget* parent, const char* name)
-    {
-        T* found = parent->findChild<T*>(QLatin1String(name));
-        if (!found)
-            qFatal("no child %s", name);
-        return found;
-    }
-
-    QWidget* dialog;
+    ValueAxisSettings left;
+    ValueAxisSettings right;
+    QVector<ValueAxisSettings*> axes{&left, &right};
+    bool fit;
+    MDialogCustomAxis dialog{nullptr, &axes, &fit};
+    QSignalSpy applied{&dialog, &MDialogCustomAxis::signalApplyAxisSettings};
 };
 
 } // namespace
@@ -78,24 +82,18 @@ class TestAxisDialog : public QObject
 
 private slots:
     void initTestCase();
-    void form();
-    void hiddenAxisDropsItsGrid();
-    void fillsFromRecords();
+    void formFilledFromRecords();
     void commaBecomesPoint_data();
     void commaBecomesPoint();
-    void stepSuggestion_data();
-    void stepSuggestion();
-    void refusedWithoutChange_data();
-    void refusedWithoutChange();
-    void stepZeroAccepted();
+    void refused_data();
+    void refused();
     void gridStandsOpposite_data();
     void gridStandsOpposite();
     void openState_data();
     void openState();
-    void okEmitsOnceAndCloses();
+    void okStoresStepZeroAndCloses();
     void cancelKeepsWhatApplyDid();
-    void clickSelectsAll();
-    void tabKeepsEditDefault();
+    void selectOnFocus();
 };
 
 void TestAxisDialog::initTestCase()
@@ -103,95 +101,38 @@ void TestAxisDialog::initTestCase()
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
 }
 
-void TestAxisDialog::form()
+void TestAxisDialog::formFilledFromRecords()
 {
-    AxisRecords records;
-    MDialogCustomAxis dialog(nullptr, &records.axes, &records.fit);
-    const DialogView view(&dialog);
+    AxisDialog d({-0.1, 1e20, 0.025, true, false}, {1.5, 3.25, 0.5, true, true});
 
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("Value Axis Viewport"));
-    QVERIFY(dialog.isSizeGripEnabled());
-    QVERIFY(!(dialog.windowFlags() & Qt::WindowContextHelpButtonHint));
-    QVERIFY(dialog.windowFlags() & Qt::WindowCloseButtonHint);
-    QCOMPARE(dialog.minimumHeight(), dialog.maximumHeight());
-    QCOMPARE(dialog.width(), 348);
-
+    QCOMPARE(d.dialog.windowTitle(), QStringLiteral("Value Axis Viewport"));
     // The template tabs are gone; two pages stand in their place.
-    QCOMPARE(view.tabs()->count(), 2);
-    QCOMPARE(view.tabs()->tabText(0), QStringLiteral("Left"));
-    QCOMPARE(view.tabs()->tabText(1), QStringLiteral("Right"));
-    QCOMPARE(view.tabs()->currentIndex(), 0);
-    QVERIFY(qobject_cast<ValueAxisTabPage*>(view.page(0)));
-    QVERIFY(qobject_cast<ValueAxisTabPage*>(view.page(1)));
-
-    QCOMPARE(view.fitBox()->text(),
+    QCOMPARE(d.tabs()->count(), 2);
+    QCOMPARE(d.tabs()->tabText(0), QStringLiteral("Left"));
+    QCOMPARE(d.tabs()->tabText(1), QStringLiteral("Right"));
+    QCOMPARE(d.fitBox()->text(),
              QStringLiteral("Recalculate scaling of all curves to fit the entire axis viewport"));
-    QVERIFY(view.fitBox()->isChecked());
-    QVERIFY(view.fitBox()->isEnabled());
-    QCOMPARE(view.button("buttonOk")->text(), QStringLiteral("&OK"));
-    QVERIFY(view.button("buttonOk")->isDefault());
-    QCOMPARE(view.button("buttonCancel")->text(), QStringLiteral("&Cancel"));
-    QCOMPARE(view.button("pushButtonApply")->text(), QStringLiteral("Apply"));
+    // A negative step can't be typed.
+    const auto* step = qobject_cast<const QDoubleValidator*>(d.edit(0, "lineEditStep")->validator());
+    QVERIFY(step && step->bottom() == 0.0);
 
-    // The validators belong to the page: min and max share one, the step
-    // can't go below 0.
-    const auto validators = view.page(0)->findChildren<QDoubleValidator*>();
-    QCOMPARE(validators.size(), 2);
-    QCOMPARE(view.edit(0, "lineEditMin")->validator(), view.edit(0, "lineEditMax")->validator());
-    const auto* step = qobject_cast<const QDoubleValidator*>(view.edit(0, "lineEditStep")->validator());
-    QVERIFY(step);
-    QCOMPARE(step->bottom(), 0.0);
-    QCOMPARE(step->decimals(), 16);
-    QVERIFY(view.edit(0, "lineEditMax")->alignment() & Qt::AlignRight);
-
-    // A page alone shows the form's starting state.
-    const ValueAxisTabPage page;
-    QCOMPARE(page.windowTitle(), QStringLiteral("Value Axis Tab Page"));
-    QCOMPARE(page.lineEditMax->text(), QStringLiteral("+100"));
-    QCOMPARE(page.lineEditMin->text(), QStringLiteral("-100"));
-    QCOMPARE(page.lineEditStep->text(), QStringLiteral("10"));
-    QVERIFY(page.checkBoxAxisVisible->isChecked());
-    QVERIFY(!page.checkBoxAxisVisible->isEnabled());
-}
-
-void TestAxisDialog::hiddenAxisDropsItsGrid()
-{
-    ValueAxisTabPage page;
-    page.checkBoxGrid->setChecked(true);
-    page.checkBoxAxisVisible->setChecked(false);
-    QVERIFY(!page.checkBoxGrid->isChecked());
-    QVERIFY(!page.checkBoxGrid->isEnabled());
-    page.checkBoxAxisVisible->setChecked(true);
-    QVERIFY(page.checkBoxGrid->isEnabled());
-    QVERIFY(!page.checkBoxGrid->isChecked());
-}
-
-void TestAxisDialog::fillsFromRecords()
-{
-    AxisRecords records;
-    records.left = {-0.1, 1e20, 0.025, true, false};
-    records.right = {1.5, 3.25, 0.5, true, true};
-    MDialogCustomAxis dialog(nullptr, &records.axes, &records.fit);
-    const DialogView view(&dialog);
-
-    QCOMPARE(view.edit(0, "lineEditMin")->text(), QStringLiteral("-0.1"));
-    QCOMPARE(view.edit(0, "lineEditMax")->text(), QStringLiteral("1e+20"));
-    QCOMPARE(view.edit(0, "lineEditStep")->text(), QStringLiteral("0.025"));
-    QCOMPARE(view.edit(1, "lineEditMin")->text(), QStringLiteral("1.5"));
-    QCOMPARE(view.edit(1, "lineEditMax")->text(), QStringLiteral("3.25"));
+    QCOMPARE(d.edit(0, "lineEditMin")->text(), QStringLiteral("-0.1"));
+    QCOMPARE(d.edit(0, "lineEditMax")->text(), QStringLiteral("1e+20"));
+    QCOMPARE(d.edit(0, "lineEditStep")->text(), QStringLiteral("0.025"));
+    QCOMPARE(d.edit(1, "lineEditMin")->text(), QStringLiteral("1.5"));
+    QCOMPARE(d.edit(1, "lineEditMax")->text(), QStringLiteral("3.25"));
     // The left axis can't be hidden; the right one can.
-    QVERIFY(view.visibleBox(0)->isChecked());
-    QVERIFY(!view.visibleBox(0)->isEnabled());
-    QVERIFY(view.visibleBox(1)->isChecked());
-    QVERIFY(view.visibleBox(1)->isEnabled());
-    QVERIFY(view.gridBox(1)->isChecked());
-    QVERIFY(!view.gridBox(0)->isChecked());
+    QVERIFY(d.visibleBox(0)->isChecked() && !d.visibleBox(0)->isEnabled());
+    QVERIFY(d.visibleBox(1)->isChecked() && d.visibleBox(1)->isEnabled());
+    QVERIFY(d.gridBox(1)->isChecked());
+    QVERIFY(!d.gridBox(0)->isChecked());
 
     // OK without a change stores what was there.
-    const AxisRecords before = records;
-    view.button("buttonOk")->click();
-    QVERIFY(sameSettings(records.left, before.left));
-    QVERIFY(sameSettings(records.right, before.right));
+    const ValueAxisSettings left = d.left;
+    const ValueAxisSettings right = d.right;
+    d.dialog.buttonOk->click();
+    QVERIFY(sameSettings(d.left, left));
+    QVERIFY(sameSettings(d.right, right));
 }
 
 void TestAxisDialog::commaBecomesPoint_data()
@@ -203,21 +144,23 @@ void TestAxisDialog::commaBecomesPoint_data()
     QTest::addColumn<QString>("shown");
     QTest::addColumn<double>("value");
 
-    for (const bool german : {false, true}) {
-        const char* locale = german ? "de_DE" : "C";
-        QTest::addRow("%s, left minimum", locale) << german << 0 << "lineEditMin"
-                                                  << "1,5"
-                                                  << "1.5" << 1.5;
-        QTest::addRow("%s, right maximum", locale) << german << 1 << "lineEditMax"
-                                                   << "2,5e2"
-                                                   << "2.5e2" << 250.0;
-        QTest::addRow("%s, left step", locale) << german << 0 << "lineEditStep"
-                                               << "0,25"
-                                               << "0.25" << 0.25;
-        QTest::addRow("%s, point stays", locale) << german << 1 << "lineEditMin"
-                                                 << "-7.75"
-                                                 << "-7.75" << -7.75;
-    }
+    struct Row
+    {
+        const char* name;
+        int page;
+        const char* field;
+        const char* typed;
+        const char* shown;
+        double value;
+    };
+    const Row rows[] = {{"left minimum", 0, "lineEditMin", "1,5", "1.5", 1.5},
+                        {"right maximum", 1, "lineEditMax", "2,5e2", "2.5e2", 250.0},
+                        {"left step", 0, "lineEditStep", "0,25", "0.25", 0.25},
+                        {"point stays", 1, "lineEditMin", "-7.75", "-7.75", -7.75}};
+    for (const bool german : {false, true})
+        for (const Row& r : rows)
+            QTest::addRow("%s, %s", german ? "de_DE" : "C", r.name)
+                << german << r.page << QString(r.field) << QString(r.typed) << QString(r.shown) << r.value;
 }
 
 void TestAxisDialog::commaBecomesPoint()
@@ -233,17 +176,14 @@ void TestAxisDialog::commaBecomesPoint()
     const QLocale testLocale = german ? QLocale(QLocale::German, QLocale::Germany) : QLocale(QLocale::C);
     QLocale::setDefault(testLocale);
 
-    AxisRecords records;
-    MDialogCustomAxis dialog(nullptr, &records.axes, &records.fit);
-    const DialogView view(&dialog);
-    QSignalSpy applied(&dialog, &MDialogCustomAxis::signalApplyAxisSettings);
-    QLineEdit* edit = view.edit(page, field.toLatin1().constData());
+    AxisDialog d;
+    QLineEdit* edit = d.edit(page, field.toLatin1().constData());
     edit->setText(typed);
-    view.button("pushButtonApply")->click();
+    d.apply();
 
     QCOMPARE(edit->text(), shown);
-    QCOMPARE(applied.count(), 1);
-    const ValueAxisSettings& stored = page == 0 ? records.left : records.right;
+    QCOMPARE(d.applied.count(), 1);
+    const ValueAxisSettings& stored = d.record(page);
     const double storedValue = field == QLatin1String("lineEditMin")   ? stored.min
                                : field == QLatin1String("lineEditMax") ? stored.max
                                                                        : stored.step;
@@ -252,173 +192,93 @@ void TestAxisDialog::commaBecomesPoint()
     QCOMPARE(QLocale(), testLocale);
 }
 
-void TestAxisDialog::stepSuggestion_data()
+// A page that fails stores nothing on either page. A step not below the
+// range gets a suggestion (shown on its tab, selected); every other failure
+// is silent.
+void TestAxisDialog::refused_data()
 {
     QTest::addColumn<int>("page");
-    QTest::addColumn<QString>("min");
-    QTest::addColumn<QString>("max");
-    QTest::addColumn<QString>("step");
-    QTest::addColumn<QString>("suggestion");
+    QTest::addColumn<QStringList>("viewport"); // min, max, step
+    QTest::addColumn<QString>("otherStep");
+    QTest::addColumn<QString>("suggestion"); // empty: none
     QTest::addColumn<double>("suggested");
 
-    QTest::newRow("left, step equals range") << 0 << "0"
-                                             << "100"
-                                             << "100"
-                                             << "20" << 20.0;
-    QTest::newRow("right, step equals range") << 1 << "0"
-                                              << "100"
-                                              << "100"
-                                              << "20" << 20.0;
-    QTest::newRow("right, step above range") << 1 << "-1"
-                                             << "2"
-                                             << "5"
-                                             << "0.6" << 0.6;
-    QTest::newRow("left, comma range") << 0 << "0,5"
-                                       << "1"
-                                       << "1"
-                                       << "0.1" << 0.1;
+    struct Row
+    {
+        const char* name;
+        int page;
+        QStringList viewport;
+        const char* otherStep;
+        const char* suggestion;
+        double suggested;
+    };
+    const Row rows[] = {
+        {"left, step equals range", 0, {"0", "100", "100"}, "2,5", "20", 20.0},
+        {"right, step equals range", 1, {"0", "100", "100"}, "2,5", "20", 20.0},
+        {"right, step above range", 1, {"-1", "2", "5"}, "2,5", "0.6", 0.6},
+        {"left, comma range", 0, {"0,5", "1", "1"}, "2,5", "0.1", 0.1},
+        // The other page holds a valid change unless its step is too large.
+        {"left fails, right step too large", 0, {"5", "5", "1"}, "10", "", 0.0},
+        {"left, min equals max", 0, {"5", "5", "1"}, "2,5", "", 0.0},
+        {"right, min equals max", 1, {"5", "5", "1"}, "2,5", "", 0.0},
+        {"right, min equals max with comma", 1, {"2,5", "2.5", "0"}, "2,5", "", 0.0},
+        {"left, min above max", 0, {"10", "-10", "1"}, "2,5", "", 0.0},
+        {"left, empty minimum", 0, {"", "10", "1"}, "2,5", "", 0.0},
+        {"right, empty step", 1, {"0", "10", ""}, "2,5", "", 0.0},
+        {"right, text", 1, {"0", "ten", "1"}, "2,5", "", 0.0},
+    };
+    for (const Row& r : rows)
+        QTest::newRow(r.name) << r.page << r.viewport << QString(r.otherStep) << QString(r.suggestion)
+                              << r.suggested;
 }
 
-void TestAxisDialog::stepSuggestion()
+void TestAxisDialog::refused()
 {
     QFETCH(int, page);
-    QFETCH(QString, min);
-    QFETCH(QString, max);
-    QFETCH(QString, step);
+    QFETCH(QStringList, viewport);
+    QFETCH(QString, otherStep);
     QFETCH(QString, suggestion);
     QFETCH(double, suggested);
 
-    AxisRecords records;
-    const AxisRecords before = records;
-    MDialogCustomAxis dialog(nullptr, &records.axes, &records.fit);
-    const DialogView view(&dialog);
-    QSignalSpy applied(&dialog, &MDialogCustomAxis::signalApplyAxisSettings);
-    // The user stands on the other tab when pressing Apply.
-    view.tabs()->setCurrentIndex(1 - page);
-    view.setViewport(page, min, max, step);
-
-    view.button("pushButtonApply")->click();
-    QCOMPARE(applied.count(), 0);
-    QVERIFY(sameSettings(records.left, before.left));
-    QVERIFY(sameSettings(records.right, before.right));
-    QCOMPARE(view.tabs()->currentIndex(), page);
-    QLineEdit* stepEdit = view.edit(page, "lineEditStep");
-    QCOMPARE(stepEdit->text(), suggestion);
-    QCOMPARE(stepEdit->selectedText(), suggestion);
-    QCOMPARE(dialog.focusWidget(), stepEdit);
-
-    // The suggestion passes.
-    view.button("pushButtonApply")->click();
-    QCOMPARE(applied.count(), 1);
-    const ValueAxisSettings& stored = page == 0 ? records.left : records.right;
-    QCOMPARE(stored.step, suggested);
-    QCOMPARE(stored.max, max.toDouble());
-}
-
-void TestAxisDialog::refusedWithoutChange_data()
-{
-    QTest::addColumn<int>("page");
-    QTest::addColumn<QString>("min");
-    QTest::addColumn<QString>("max");
-    QTest::addColumn<QString>("step");
-    QTest::addColumn<QString>("otherStep");
-    QTest::addColumn<QString>("otherStepShown");
-
-    // The other page holds a valid change unless its step is too large.
-    QTest::newRow("left fails, right step too large") << 0 << "5"
-                                                      << "5"
-                                                      << "1"
-                                                      << "10"
-                                                      << "10";
-    QTest::newRow("left, min equals max") << 0 << "5"
-                                          << "5"
-                                          << "1"
-                                          << "2,5"
-                                          << "2.5";
-    QTest::newRow("right, min equals max") << 1 << "5"
-                                           << "5"
-                                           << "1"
-                                           << "2,5"
-                                           << "2.5";
-    QTest::newRow("right, min equals max with comma") << 1 << "2,5"
-                                                      << "2.5"
-                                                      << "0"
-                                                      << "2,5"
-                                                      << "2.5";
-    QTest::newRow("left, min above max") << 0 << "10"
-                                         << "-10"
-                                         << "1"
-                                         << "2,5"
-                                         << "2.5";
-    QTest::newRow("left, empty minimum") << 0 << ""
-                                         << "10"
-                                         << "1"
-                                         << "2,5"
-                                         << "2.5";
-    QTest::newRow("right, empty step") << 1 << "0"
-                                       << "10"
-                                       << ""
-                                       << "2,5"
-                                       << "2.5";
-    QTest::newRow("right, text") << 1 << "0"
-                                 << "ten"
-                                 << "1"
-                                 << "2,5"
-                                 << "2.5";
-}
-
-void TestAxisDialog::refusedWithoutChange()
-{
-    QFETCH(int, page);
-    QFETCH(QString, min);
-    QFETCH(QString, max);
-    QFETCH(QString, step);
-    QFETCH(QString, otherStep);
-    QFETCH(QString, otherStepShown);
-
-    AxisRecords records;
-    const AxisRecords before = records;
-    MDialogCustomAxis dialog(nullptr, &records.axes, &records.fit);
-    const DialogView view(&dialog);
-    QSignalSpy applied(&dialog, &MDialogCustomAxis::signalApplyAxisSettings);
-
+    AxisDialog d;
     // The other page holds a change with commas: it isn't stored either,
     // but its fields get their points.
     const int other = 1 - page;
-    view.setViewport(other, "-2,5", "7,5", otherStep);
-    view.visibleBox(1)->setChecked(true);
-    view.setViewport(page, min, max, step);
-    view.tabs()->setCurrentIndex(other);
+    d.setViewport(other, "-2,5", "7,5", otherStep);
+    d.visibleBox(1)->setChecked(true);
+    d.setViewport(page, viewport[0], viewport[1], viewport[2]);
+    // The user stands on the other tab when pressing Apply.
+    d.tabs()->setCurrentIndex(other);
 
-    view.button("pushButtonApply")->click();
-    view.button("buttonOk")->click();
+    d.apply();
+    QCOMPARE(d.applied.count(), 0);
+    QVERIFY(d.recordsUnchanged());
+    QCOMPARE(d.edit(other, "lineEditMin")->text(), QStringLiteral("-2.5"));
+    QCOMPARE(d.edit(other, "lineEditStep")->text(), QString(otherStep).replace(',', '.'));
+    QLineEdit* stepEdit = d.edit(page, "lineEditStep");
 
-    QCOMPARE(applied.count(), 0);
-    QCOMPARE(dialog.result(), int(QDialog::Rejected));
-    QVERIFY(sameSettings(records.left, before.left));
-    QVERIFY(sameSettings(records.right, before.right));
-    QCOMPARE(records.fit, false);
-    // No suggestion and no switch of tabs: the refusal is silent.
-    QCOMPARE(view.tabs()->currentIndex(), other);
-    QCOMPARE(view.edit(page, "lineEditStep")->text(), step);
-    QCOMPARE(view.edit(other, "lineEditMin")->text(), QStringLiteral("-2.5"));
-    QCOMPARE(view.edit(other, "lineEditStep")->text(), otherStepShown);
-}
+    if (suggestion.isEmpty()) {
+        d.dialog.buttonOk->click();
+        QCOMPARE(d.applied.count(), 0);
+        QCOMPARE(d.dialog.result(), int(QDialog::Rejected));
+        QVERIFY(d.recordsUnchanged());
+        QCOMPARE(d.fit, false);
+        // No suggestion and no switch of tabs: the refusal is silent.
+        QCOMPARE(d.tabs()->currentIndex(), other);
+        QCOMPARE(stepEdit->text(), viewport[2]);
+        return;
+    }
+    QCOMPARE(d.tabs()->currentIndex(), page);
+    QCOMPARE(stepEdit->text(), suggestion);
+    QCOMPARE(stepEdit->selectedText(), suggestion);
+    QCOMPARE(d.dialog.focusWidget(), stepEdit);
 
-void TestAxisDialog::stepZeroAccepted()
-{
-    AxisRecords records;
-    MDialogCustomAxis dialog(nullptr, &records.axes, &records.fit);
-    const DialogView view(&dialog);
-    view.setViewport(0, "-1", "1", "0");
-    view.setViewport(1, "3", "4", "0,0");
-    view.button("buttonOk")->click();
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    QCOMPARE(records.left.step, 0.0);
-    QCOMPARE(records.left.max, 1.0);
-    QCOMPARE(records.right.step, 0.0);
-    QCOMPARE(records.right.min, 3.0);
-    QVERIFY(records.fit);
+    // The suggestion passes.
+    d.apply();
+    QCOMPARE(d.applied.count(), 1);
+    QCOMPARE(d.record(page).step, suggested);
+    QCOMPARE(d.record(page).max, QString(viewport[1]).replace(',', '.').toDouble());
+    QCOMPARE(d.record(other).min, -2.5);
 }
 
 void TestAxisDialog::gridStandsOpposite_data()
@@ -453,35 +313,35 @@ void TestAxisDialog::gridStandsOpposite()
     QFETCH(bool, rightChecked);
     QFETCH(bool, rightEnabled);
 
-    AxisRecords records;
-    records.right.visible = rightVisible;
-    records.right.grid = rightGrid;
-    records.left.grid = !rightGrid;
-    MDialogCustomAxis dialog(nullptr, &records.axes, &records.fit);
-    const DialogView view(&dialog);
+    ValueAxisSettings left = ValueAxisSettings::leftDefault();
+    ValueAxisSettings right = ValueAxisSettings::rightDefault();
+    right.visible = rightVisible;
+    right.grid = rightGrid;
+    left.grid = !rightGrid;
+    AxisDialog d(left, right);
 
     // Clicks, as the user would make them.
     if (action.endsWith(QLatin1String("grid"))) {
-        QCheckBox* box = action.contains(QLatin1String("right")) ? view.gridBox(1) : view.gridBox(0);
+        QCheckBox* box = d.gridBox(action.contains(QLatin1String("right")) ? 1 : 0);
         QVERIFY(box->isEnabled());
         QCOMPARE(box->isChecked(), action.startsWith(QLatin1String("uncheck")));
         box->click();
     } else if (action.endsWith(QLatin1String("right"))) {
-        QCOMPARE(view.visibleBox(1)->isChecked(), action.startsWith(QLatin1String("hide")));
-        view.visibleBox(1)->click();
+        QCOMPARE(d.visibleBox(1)->isChecked(), action.startsWith(QLatin1String("hide")));
+        d.visibleBox(1)->click();
     }
 
-    QCOMPARE(view.gridBox(0)->isChecked(), leftChecked);
-    QCOMPARE(view.gridBox(0)->isEnabled(), leftEnabled);
-    QCOMPARE(view.gridBox(1)->isChecked(), rightChecked);
-    QCOMPARE(view.gridBox(1)->isEnabled(), rightEnabled);
+    QCOMPARE(d.gridBox(0)->isChecked(), leftChecked);
+    QCOMPARE(d.gridBox(0)->isEnabled(), leftEnabled);
+    QCOMPARE(d.gridBox(1)->isChecked(), rightChecked);
+    QCOMPARE(d.gridBox(1)->isEnabled(), rightEnabled);
 
     // What the boxes show is what gets stored.
-    view.button("pushButtonApply")->click();
-    QCOMPARE(records.left.grid, leftChecked);
-    QCOMPARE(records.right.grid, rightChecked);
-    QCOMPARE(records.right.visible, rightEnabled);
-    QVERIFY(records.left.visible);
+    d.apply();
+    QCOMPARE(d.left.grid, leftChecked);
+    QCOMPARE(d.right.grid, rightChecked);
+    QCOMPARE(d.right.visible, rightEnabled);
+    QVERIFY(d.left.visible);
 }
 
 void TestAxisDialog::openState_data()
@@ -510,134 +370,118 @@ void TestAxisDialog::openState()
     QFETCH(bool, visibleLocked);
     QFETCH(bool, fitAvailable);
 
-    AxisRecords records;
-    records.right.visible = rightVisible;
+    ValueAxisSettings right = ValueAxisSettings::rightDefault();
+    right.visible = rightVisible;
     // The flag is set from an earlier OK; the box doesn't follow it.
-    records.fit = !fitAvailable;
-    MDialogCustomAxis dialog(nullptr, &records.axes, &records.fit);
-    const DialogView view(&dialog);
-    dialog.initialTab = initialTab;
-    dialog.openFlags = openFlags;
-    dialog.applyOpenState();
+    AxisDialog d(ValueAxisSettings::leftDefault(), right, !fitAvailable);
+    d.dialog.initialTab = initialTab;
+    d.dialog.openFlags = openFlags;
+    d.dialog.applyOpenState();
 
-    QCOMPARE(view.tabs()->currentIndex(), tab);
+    QCOMPARE(d.tabs()->currentIndex(), tab);
     const bool rightShown = rightVisible || visibleLocked;
-    QCOMPARE(view.visibleBox(1)->isChecked(), rightShown);
-    QCOMPARE(view.visibleBox(1)->isEnabled(), !visibleLocked);
-    QCOMPARE(view.gridBox(1)->isEnabled(), rightShown);
-    QCOMPARE(view.gridBox(0)->isEnabled(), rightShown);
-    QCOMPARE(view.fitBox()->isChecked(), fitAvailable);
-    QCOMPARE(view.fitBox()->isEnabled(), fitAvailable);
+    QCOMPARE(d.visibleBox(1)->isChecked(), rightShown);
+    QCOMPARE(d.visibleBox(1)->isEnabled(), !visibleLocked);
+    QCOMPARE(d.gridBox(1)->isEnabled(), rightShown);
+    QCOMPARE(d.gridBox(0)->isEnabled(), rightShown);
+    QCOMPARE(d.fitBox()->isChecked(), fitAvailable);
+    QCOMPARE(d.fitBox()->isEnabled(), fitAvailable);
 
-    view.button("buttonOk")->click();
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    QCOMPARE(records.fit, fitAvailable);
-    QCOMPARE(records.right.visible, rightShown);
+    d.dialog.buttonOk->click();
+    QCOMPARE(d.dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(d.fit, fitAvailable);
+    QCOMPARE(d.right.visible, rightShown);
 }
 
-void TestAxisDialog::okEmitsOnceAndCloses()
+void TestAxisDialog::okStoresStepZeroAndCloses()
 {
-    AxisRecords records;
-    MDialogCustomAxis dialog(nullptr, &records.axes, &records.fit);
-    const DialogView view(&dialog);
-    QSignalSpy applied(&dialog, &MDialogCustomAxis::signalApplyAxisSettings);
-    int result = -1;
-    QTimer::singleShot(0, &dialog, [&] {
-        view.setViewport(0, "-50", "50", "25");
-        QTest::keyClick(&dialog, Qt::Key_Return); // OK is the default button
+    AxisDialog d;
+    QTimer::singleShot(0, &d.dialog, [&d] {
+        // Step 0 leaves the tick distance to Qwt.
+        d.setViewport(0, "-50", "50", "0");
+        d.setViewport(1, "3", "4", "0,0");
+        QTest::keyClick(&d.dialog, Qt::Key_Return); // OK is the default button
     });
-    result = dialog.exec();
-    QCOMPARE(result, int(QDialog::Accepted));
-    QCOMPARE(applied.count(), 1);
-    QVERIFY(!dialog.isVisible());
-    QCOMPARE(records.left.min, -50.0);
-    QCOMPARE(records.left.step, 25.0);
+    QCOMPARE(d.dialog.exec(), int(QDialog::Accepted));
+    QCOMPARE(d.applied.count(), 1);
+    QVERIFY(!d.dialog.isVisible());
+    QCOMPARE(d.left.min, -50.0);
+    QCOMPARE(d.left.max, 50.0);
+    QCOMPARE(d.left.step, 0.0);
+    QCOMPARE(d.right.min, 3.0);
+    QCOMPARE(d.right.step, 0.0);
+    QVERIFY(d.fit);
 }
 
 void TestAxisDialog::cancelKeepsWhatApplyDid()
 {
-    AxisRecords records;
-    MDialogCustomAxis dialog(nullptr, &records.axes, &records.fit);
-    const DialogView view(&dialog);
-    QSignalSpy applied(&dialog, &MDialogCustomAxis::signalApplyAxisSettings);
-    QTimer::singleShot(0, &dialog, [&] {
-        view.setViewport(1, "10", "20", "2");
-        view.visibleBox(1)->setChecked(true);
-        view.button("pushButtonApply")->click();
+    AxisDialog d;
+    QTimer::singleShot(0, &d.dialog, [&d] {
+        d.setViewport(1, "10", "20", "2");
+        d.visibleBox(1)->setChecked(true);
+        d.apply();
         // The dialog stays open after Apply.
-        QVERIFY(dialog.isVisible());
-        view.setViewport(1, "30", "40", "2");
-        view.button("buttonCancel")->click();
+        QVERIFY(d.dialog.isVisible());
+        d.setViewport(1, "30", "40", "2");
+        d.dialog.buttonCancel->click();
     });
-    QCOMPARE(dialog.exec(), int(QDialog::Rejected));
-    QCOMPARE(applied.count(), 1);
-    QCOMPARE(records.right.min, 10.0);
-    QCOMPARE(records.right.max, 20.0);
-    QVERIFY(records.right.visible);
+    QCOMPARE(d.dialog.exec(), int(QDialog::Rejected));
+    QCOMPARE(d.applied.count(), 1);
+    QCOMPARE(d.right.min, 10.0);
+    QCOMPARE(d.right.max, 20.0);
+    QVERIFY(d.right.visible);
 }
 
-void TestAxisDialog::clickSelectsAll()
+void TestAxisDialog::selectOnFocus()
 {
-    AxisRecords records;
-    MDialogCustomAxis dialog(nullptr, &records.axes, &records.fit);
-    const DialogView view(&dialog);
-    dialog.show();
-    QApplication::setActiveWindow(&dialog);
-    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    AxisDialog d;
+    d.dialog.show();
+    QApplication::setActiveWindow(&d.dialog);
+    QVERIFY(QTest::qWaitForWindowActive(&d.dialog));
+    const auto moveTo = [](QLineEdit* edit, int x) {
+        QMouseEvent move(QEvent::MouseMove, QPointF(x, edit->height() / 2), Qt::NoButton, Qt::LeftButton,
+                         Qt::NoModifier);
+        QApplication::sendEvent(edit, &move);
+    };
 
-    QLineEdit* edit = view.edit(0, "lineEditMax");
+    // A tab into a field leaves the selection to the edit's own way, and
+    // neither selects late nor holds the mouse back.
+    QLineEdit* min = d.edit(0, "lineEditMin");
+    d.edit(0, "lineEditMax")->setFocus(Qt::OtherFocusReason);
+    QTest::keyClick(d.edit(0, "lineEditMax"), Qt::Key_Tab);
+    QVERIFY(min->hasFocus());
+    QCOMPARE(min->selectedText(), min->text());
+    min->deselect();
+    QTest::qWait(20);
+    QVERIFY(!min->hasSelectedText());
+    QMouseEvent press(QEvent::MouseButtonPress, QPointF(min->width() - 2, min->height() / 2), Qt::LeftButton,
+                      Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(min, &press);
+    moveTo(min, 1);
+    QCOMPARE(min->selectedText(), min->text());
+    QTest::mouseRelease(min, Qt::LeftButton, Qt::NoModifier, QPoint(1, min->height() / 2));
+
+    // A click into a field selects all of it, and a drag before the release
+    // doesn't shrink the selection.
+    QLineEdit* edit = d.edit(0, "lineEditMax");
     edit->setText(QStringLiteral("123456.75"));
     QVERIFY(!edit->hasFocus());
-    const QPoint inside(edit->width() - 10, edit->height() / 2);
-    QTest::mousePress(edit, Qt::LeftButton, Qt::NoModifier, inside);
+    const int y = edit->height() / 2;
+    QTest::mousePress(edit, Qt::LeftButton, Qt::NoModifier, QPoint(edit->width() - 10, y));
     QVERIFY(edit->hasFocus());
     QTRY_COMPARE(edit->selectedText(), edit->text());
-
-    // A drag to the left edge before the release would shrink the selection.
-    QMouseEvent move(QEvent::MouseMove, QPointF(1, edit->height() / 2), Qt::NoButton, Qt::LeftButton,
-                     Qt::NoModifier);
-    QApplication::sendEvent(edit, &move);
+    moveTo(edit, 1);
     QCOMPARE(edit->selectedText(), edit->text());
-    QTest::mouseRelease(edit, Qt::LeftButton, Qt::NoModifier, QPoint(1, edit->height() / 2));
+    QTest::mouseRelease(edit, Qt::LeftButton, Qt::NoModifier, QPoint(1, y));
     QCOMPARE(edit->selectedText(), edit->text());
 
     // After the release the edit handles the mouse as usual again: a drag
     // from the left edge to the right edge selects by itself.
-    QTest::mousePress(edit, Qt::LeftButton, Qt::NoModifier, QPoint(1, edit->height() / 2));
+    QTest::mousePress(edit, Qt::LeftButton, Qt::NoModifier, QPoint(1, y));
     QVERIFY(!edit->hasSelectedText());
-    QMouseEvent drag(QEvent::MouseMove, QPointF(edit->width() - 2, edit->height() / 2), Qt::NoButton,
-                     Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(edit, &drag);
+    moveTo(edit, edit->width() - 2);
     QCOMPARE(edit->selectedText(), edit->text());
-    QTest::mouseRelease(edit, Qt::LeftButton, Qt::NoModifier, QPoint(edit->width() - 2, edit->height() / 2));
-}
-
-void TestAxisDialog::tabKeepsEditDefault()
-{
-    AxisRecords records;
-    MDialogCustomAxis dialog(nullptr, &records.axes, &records.fit);
-    const DialogView view(&dialog);
-    dialog.show();
-    QApplication::setActiveWindow(&dialog);
-    QVERIFY(QTest::qWaitForWindowActive(&dialog));
-
-    QLineEdit* edit = view.edit(0, "lineEditMin");
-    view.edit(0, "lineEditMax")->setFocus(Qt::OtherFocusReason);
-    QTest::keyClick(view.edit(0, "lineEditMax"), Qt::Key_Tab);
-    QVERIFY(edit->hasFocus());
-    // The edit's own way: a tab selects the whole text at once.
-    QCOMPARE(edit->selectedText(), edit->text());
-    // No late selection of the filter, and the mouse isn't held back.
-    edit->deselect();
-    QTest::qWait(20);
-    QVERIFY(!edit->hasSelectedText());
-    QMouseEvent press(QEvent::MouseButtonPress, QPointF(edit->width() - 2, edit->height() / 2),
-                      Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(edit, &press);
-    QMouseEvent drag(QEvent::MouseMove, QPointF(1, edit->height() / 2), Qt::NoButton, Qt::LeftButton,
-                     Qt::NoModifier);
-    QApplication::sendEvent(edit, &drag);
-    QCOMPARE(edit->selectedText(), edit->text());
+    QTest::mouseRelease(edit, Qt::LeftButton, Qt::NoModifier, QPoint(edit->width() - 2, y));
 }
 
 QTEST_MAIN(TestAxisDialog)

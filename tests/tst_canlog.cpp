@@ -158,9 +158,8 @@ private slots:
     void textLog();
     void binaryLog_data();
     void binaryLog();
-    void binaryProgress();
-    void binaryAbort();
-    void textProgress();
+    void progress_data();
+    void progress();
     void samples_data();
     void samples();
     void samplesAbort();
@@ -383,61 +382,52 @@ void TestCanLog::binaryLog()
     QVERIFY(!log.canceled);
 }
 
-void TestCanLog::binaryProgress()
+void TestCanLog::progress_data()
 {
+    QTest::addColumn<int>("form");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("stopOnCall"); // 0: never
+    QTest::addColumn<QVector<int>>("steps");
+    QTest::addColumn<int>("frames");
+
     // 3000 frames of 38 bytes: 114000 bytes, step 1000, so the position
     // passes each step exactly once.
     QByteArray bytes;
     for (int i = 0; i < 3000; ++i)
         bytes += frameRecord(someSeconds, uint16_t(i % 1000), 0, 0, uint32_t(i % 3), 1, "\x01");
-    QCOMPARE(progressScale(bytes.size()).steps, 114);
-
-    StepRecorder recorder;
-    const CanLog log = readFrom(CanLogForm::Binary, bytes, &recorder);
-    QCOMPARE(recorder.steps, countingUpTo(114));
-    QCOMPARE(int(log.frames.size()), 3000);
-    QCOMPARE(log.frameCount(0), 1000);
-    QCOMPARE(log.frameCount(2), 1000);
-    QCOMPARE(log.frameCount(3), 0);
-
-    // Small logs show every frame's position.
-    StepRecorder small;
-    readFrom(CanLogForm::Binary, bytes.left(38 * 3) + otherRecord(1, 40), &small);
-    QCOMPARE(small.steps, (QVector<int>{38, 76, 114}));
-}
-
-void TestCanLog::binaryAbort()
-{
-    QByteArray bytes;
-    for (int i = 0; i < 3000; ++i)
-        bytes += frameRecord(someSeconds, 0, 0, 0, 1, 1, "\x01");
+    const int binary = int(CanLogForm::Binary);
+    QTest::newRow("binary") << binary << bytes << 0 << countingUpTo(114) << 3000;
     // The fifth look stops: step 4 is reached at 4000 bytes, in frame 106.
-    StepRecorder recorder(5);
-    const CanLog log = readFrom(CanLogForm::Binary, bytes, &recorder);
-    QVERIFY(log.canceled);
-    QCOMPARE(recorder.steps, countingUpTo(4));
-    QCOMPARE(int(log.frames.size()), 106);
-}
+    QTest::newRow("binary stopped") << binary << bytes << 5 << countingUpTo(4) << 106;
+    // Small logs show every frame's position.
+    QTest::newRow("binary, small") << binary << bytes.left(38 * 3) + otherRecord(1, 40) << 0
+                                   << QVector<int>{38, 76, 114} << 3;
 
-void TestCanLog::textProgress()
-{
     // Every line with a number in field 0 is looked at, frame or not; the
     // heading is not.
     const QByteArray first = textLine("1", "10:00:00", "0", "1", "E", "0", {});
     const QByteArray second = "2\tRx\t10:00:00\tbad\n";
-    const QByteArray third = textLine("3", "10:00:00", "0", "1", "", "0", {});
-    const QByteArray text = heading + first + second + third;
-    StepRecorder recorder;
-    const CanLog log = readFrom(CanLogForm::Text, text, &recorder);
-    QCOMPARE(recorder.steps, (QVector<int>{heading.size() + first.size(),
-                                           heading.size() + first.size() + second.size(), text.size()}));
-    QCOMPARE(int(log.frames.size()), 1);
+    const QByteArray text = heading + first + second + textLine("3", "10:00:00", "0", "1", "", "0", {});
+    const QVector<int> textSteps{heading.size() + first.size(), heading.size() + first.size() + second.size(),
+                                 text.size()};
+    QTest::newRow("text") << int(CanLogForm::Text) << text << 0 << textSteps << 1;
+    QTest::newRow("text stopped") << int(CanLogForm::Text) << text << 2 << textSteps.mid(0, 2) << 0;
+}
 
-    StepRecorder stopping(2);
-    const CanLog stopped = readFrom(CanLogForm::Text, text, &stopping);
-    QVERIFY(stopped.canceled);
-    QCOMPARE(stopping.steps.size(), 2);
-    QVERIFY(stopped.frames.empty());
+void TestCanLog::progress()
+{
+    QFETCH(int, form);
+    QFETCH(QByteArray, bytes);
+    QFETCH(int, stopOnCall);
+    QFETCH(QVector<int>, steps);
+    QFETCH(int, frames);
+
+    StepRecorder recorder(stopOnCall);
+    const CanLog log = readFrom(CanLogForm(form), bytes, &recorder);
+    QCOMPARE(recorder.steps, steps);
+    QCOMPARE(log.canceled, stopOnCall != 0);
+    QCOMPARE(int(log.frames.size()), frames);
+    QVERIFY(byIdConsistent(log));
 }
 
 void TestCanLog::samples_data()
@@ -493,6 +483,7 @@ void TestCanLog::samples()
     QCOMPARE(QVector<double>(y.begin() + 1, y.begin() + 5), values);
 
     // An id without frames writes nothing.
+    QCOMPARE(log.frameCount(7), 0);
     std::vector<double> untouched(3, -7.0);
     QVERIFY(decodeSamples(log, 7, layout, untouched.data(), untouched.data(), &recorder));
     QCOMPARE(untouched, std::vector<double>(3, -7.0));

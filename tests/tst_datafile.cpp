@@ -361,18 +361,14 @@ class TestDataFile : public QObject
     Q_OBJECT
 
 private slots:
-    void writerBytes_data();
-    void writerBytes();
-    void readsCurrentAndMiddle_data();
-    void readsCurrentAndMiddle();
+    void currentAndMiddle_data();
+    void currentAndMiddle();
     void readsOldest_data();
     void readsOldest();
     void headerChecks_data();
     void headerChecks();
-    void truncated_data();
-    void truncated();
-    void hostileCounts_data();
-    void hostileCounts();
+    void damagedFiles_data();
+    void damagedFiles();
     void textFields_data();
     void textFields();
     void textWithoutNul();
@@ -380,10 +376,11 @@ private slots:
     void extension();
 };
 
-void TestDataFile::writerBytes_data()
+void TestDataFile::currentAndMiddle_data()
 {
     QTest::addColumn<Header>("header");
     QTest::addColumn<QList<Curve>>("curves");
+    QTest::addColumn<bool>("middle"); // read only: the writer makes the current version
 
     Header header;
     header.timeOrigin = 12345678.125;
@@ -391,115 +388,72 @@ void TestDataFile::writerBytes_data()
     header.plotSize = 5000;
     header.axes[0] = {-50, 250, 25, 1, 0};
     header.axes[1] = {-1.5, 3.25, 0.25, 1, 1};
-    QTest::newRow("no curves") << header << QList<Curve>{};
-    QTest::newRow("one curve") << header << QList<Curve>{speedCurve()};
+    QTest::newRow("no curves") << header << QList<Curve>{} << false;
+    QTest::newRow("one curve") << header << QList<Curve>{speedCurve()} << false;
     Header large = header;
     large.plotSize = 4000000000u;
     QTest::newRow("three curves, one without points")
-        << large << QList<Curve>{speedCurve(), emptyCurve(), btrCurve()};
-}
-
-void TestDataFile::writerBytes()
-{
-    QFETCH(Header, header);
-    QFETCH(QList<Curve>, curves);
-
-    QBuffer buffer;
-    QVERIFY(buffer.open(QIODevice::WriteOnly));
-    DataFileHeader fileHeader;
-    fileHeader.timeOrigin = header.timeOrigin;
-    fileHeader.runTime = header.runTime;
-    fileHeader.plotSize = header.plotSize;
-    fileHeader.curveCount = curves.size();
-    for (int i = 0; i < 2; ++i) {
-        const Axis& axis = header.axes[i];
-        fileHeader.axes[size_t(i)] =
-            DataAxisRecord::from({axis.min, axis.max, axis.step, axis.visible != 0, axis.grid != 0});
-    }
-    QVERIFY(writeDataHeader(buffer, fileHeader));
-    for (const Curve& curve : curves) {
-        QVERIFY(writeDataCurveRecord(buffer, recordOf(curve)));
-        QVERIFY(writeDataPoints(buffer, curve.x.constData(), curve.y.constData(), curve.x.size()));
-    }
-    buffer.close();
-
-    const QByteArray written = buffer.data();
-    const QByteArray expected = handFile(header, curves);
-    QCOMPARE(firstDifference(written, expected), -1);
-    int total = 96;
-    for (const Curve& curve : curves)
-        total += 1096 + 16 * curve.x.size();
-    QCOMPARE(written.size(), total);
-
-    // And back: every field and every point as written.
-    QVERIFY(buffer.open(QIODevice::ReadOnly));
-    DataFileReader reader(buffer);
-    const DataHeaderResult head = reader.readHeader();
-    QCOMPARE(int(head.status), int(DataHeaderResult::Ok));
-    QCOMPARE(int(head.version), int(DataFileVersion::Current));
-    QVERIFY(head.hasAxes);
-    QCOMPARE(head.header.timeOrigin, header.timeOrigin);
-    QCOMPARE(head.header.runTime, header.runTime);
-    QCOMPARE(head.header.plotSize, header.plotSize);
-    QCOMPARE(head.header.curveCount, curves.size());
-    QCOMPARE(head.header.axes[1].toSettings().step, 0.25);
-    QVERIFY(head.header.axes[1].toSettings().grid);
-    QVERIFY(!head.header.axes[0].toSettings().grid);
-    for (const Curve& curve : curves) {
-        DataCurveRecord record;
-        QVERIFY(reader.readCurveRecord(record));
-        QCOMPARE(describe(record), describe(recordOf(curve)));
-        QCOMPARE(readArrays(reader), arraysOf(curve.x, curve.y, curve.x.size()));
-    }
-    DataCurveRecord none;
-    QVERIFY(!reader.readCurveRecord(none));
-    QVERIFY(!reader.damaged());
-}
-
-void TestDataFile::readsCurrentAndMiddle_data()
-{
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<int>("version");
-    QTest::addColumn<bool>("hasAxes");
-    QTest::addColumn<QList<Curve>>("curves");
-
-    Header header;
-    header.timeOrigin = 86400.5;
-    header.runTime = 100.25;
-    header.plotSize = 777;
-    const QList<Curve> two{speedCurve(), btrCurve()};
-    QTest::newRow("current") << handFile(header, two) << int(DataFileVersion::Current) << true << two;
-
+        << large << QList<Curve>{speedCurve(), emptyCurve(), btrCurve()} << false;
     // The middle version: the header ends behind the curve count.
     Curve noRanges = speedCurve();
     noRanges.flags = 0;
     noRanges.axis = 1;
-    QTest::newRow("middle") << handHeader(header, 2, 0, 32) + handCurve(noRanges) + handCurve(emptyCurve())
-                            << int(DataFileVersion::Middle) << false << QList<Curve>{noRanges, emptyCurve()};
+    QTest::newRow("middle") << header << QList<Curve>{noRanges, emptyCurve()} << true;
 }
 
-void TestDataFile::readsCurrentAndMiddle()
+void TestDataFile::currentAndMiddle()
 {
-    QFETCH(QByteArray, file);
-    QFETCH(int, version);
-    QFETCH(bool, hasAxes);
+    QFETCH(Header, header);
     QFETCH(QList<Curve>, curves);
+    QFETCH(bool, middle);
 
+    QByteArray file = handHeader(header, curves.size(), 0, middle ? 32 : 96);
+    int total = middle ? 32 : 96;
+    for (const Curve& curve : curves) {
+        file += handCurve(curve);
+        total += 1096 + 16 * curve.x.size();
+    }
+    QCOMPARE(file.size(), total);
+    if (!middle) {
+        QBuffer buffer;
+        QVERIFY(buffer.open(QIODevice::WriteOnly));
+        DataFileHeader fileHeader;
+        fileHeader.timeOrigin = header.timeOrigin;
+        fileHeader.runTime = header.runTime;
+        fileHeader.plotSize = header.plotSize;
+        fileHeader.curveCount = curves.size();
+        for (int i = 0; i < 2; ++i) {
+            const Axis& axis = header.axes[i];
+            fileHeader.axes[size_t(i)] =
+                DataAxisRecord::from({axis.min, axis.max, axis.step, axis.visible != 0, axis.grid != 0});
+        }
+        QVERIFY(writeDataHeader(buffer, fileHeader));
+        for (const Curve& curve : curves) {
+            QVERIFY(writeDataCurveRecord(buffer, recordOf(curve)));
+            QVERIFY(writeDataPoints(buffer, curve.x.constData(), curve.y.constData(), curve.x.size()));
+        }
+        QCOMPARE(firstDifference(buffer.data(), file), -1);
+    }
+
+    // Read back: every field and every point.
     QBuffer buffer(&file);
     QVERIFY(buffer.open(QIODevice::ReadOnly));
     DataFileReader reader(buffer);
     const DataHeaderResult head = reader.readHeader();
     QCOMPARE(int(head.status), int(DataHeaderResult::Ok));
-    QCOMPARE(int(head.version), version);
-    QCOMPARE(head.hasAxes, hasAxes);
-    QCOMPARE(head.header.headerSize, version == int(DataFileVersion::Current) ? 96 : 32);
-    QCOMPARE(head.header.timeOrigin, 86400.5);
-    QCOMPARE(head.header.runTime, 100.25);
-    QCOMPARE(head.header.plotSize, 777u);
+    QCOMPARE(int(head.version), int(middle ? DataFileVersion::Middle : DataFileVersion::Current));
+    QCOMPARE(head.hasAxes, !middle);
+    QCOMPARE(head.header.headerSize, middle ? 32 : 96);
+    QCOMPARE(head.header.timeOrigin, header.timeOrigin);
+    QCOMPARE(head.header.runTime, header.runTime);
+    QCOMPARE(head.header.plotSize, header.plotSize);
     QCOMPARE(head.header.curveCount, curves.size());
-    if (hasAxes) {
-        QCOMPARE(head.header.axes[0].toSettings().min, -100.0);
-        QVERIFY(!head.header.axes[1].toSettings().visible);
+    for (int i = 0; i < 2 && !middle; ++i) {
+        const ValueAxisSettings axis = head.header.axes[size_t(i)].toSettings();
+        const Axis& expected = header.axes[i];
+        QVERIFY(axis.min == expected.min && axis.max == expected.max && axis.step == expected.step);
+        QCOMPARE(axis.visible, expected.visible != 0);
+        QCOMPARE(axis.grid, expected.grid != 0);
     }
     for (const Curve& curve : curves) {
         DataCurveRecord record;
@@ -508,6 +462,8 @@ void TestDataFile::readsCurrentAndMiddle()
         QCOMPARE(reader.points(), curve.x.size());
         QCOMPARE(readArrays(reader), arraysOf(curve.x, curve.y, curve.x.size()));
     }
+    DataCurveRecord none;
+    QVERIFY(!reader.readCurveRecord(none));
     QVERIFY(!reader.damaged());
 }
 
@@ -610,9 +566,6 @@ void TestDataFile::headerChecks_data()
     QTest::newRow("type -2, oldest") << handHeaderV1(1, 2, -2) << int(DataHeaderResult::WrongType) << -2;
     // Four bytes: the size keeps its value before reading, the type is read.
     QTest::newRow("four bytes of type 0") << QByteArray(4, '\0') << int(DataHeaderResult::Ok) << 0;
-    QTest::newRow("current") << handHeader(header, 0) << int(DataHeaderResult::Ok) << 0;
-    QTest::newRow("middle") << handHeader(header, 0, 0, 32) << int(DataHeaderResult::Ok) << 0;
-    QTest::newRow("oldest") << handHeaderV1(1, 2) << int(DataHeaderResult::Ok) << 0;
 }
 
 void TestDataFile::headerChecks()
@@ -630,116 +583,88 @@ void TestDataFile::headerChecks()
         QCOMPARE(head.found, found);
 }
 
-void TestDataFile::truncated_data()
-{
-    QTest::addColumn<int>("length");
-    QTest::addColumn<bool>("hasAxes");
-    QTest::addColumn<QList<int>>("points"); // one entry per record read
-    QTest::addColumn<bool>("damaged");
-
-    // 96 header, 1096 + 4 * 16 first curve (ends at 1256), 1096 + 16 the
-    // second (ends at 2368).
-    QTest::newRow("whole") << 2368 << true << QList<int>{4, 1} << false;
-    QTest::newRow("inside the axes") << 50 << false << QList<int>{} << true;
-    QTest::newRow("header only") << 96 << true << QList<int>{} << false;
-    QTest::newRow("inside the first record") << 96 + 600 << true << QList<int>{} << true;
-    QTest::newRow("record without arrays") << 96 + 1096 << true << QList<int>{0} << true;
-    QTest::newRow("inside the x array") << 96 + 1096 + 20 << true << QList<int>{0} << true;
-    QTest::newRow("x whole, y has one and a half") << 96 + 1096 + 32 + 12 << true << QList<int>{1} << true;
-    QTest::newRow("y lacks its last byte") << 1256 - 1 << true << QList<int>{3} << true;
-    QTest::newRow("first curve whole") << 1256 << true << QList<int>{4} << false;
-    QTest::newRow("second record without y") << 1256 + 1096 + 8 << true << QList<int>{4, 0} << true;
-}
-
-void TestDataFile::truncated()
-{
-    QFETCH(int, length);
-    QFETCH(bool, hasAxes);
-    QFETCH(QList<int>, points);
-    QFETCH(bool, damaged);
-
-    const Curve first = speedCurve();
-    Curve second = btrCurve();
-    QByteArray file = handFile(Header(), {first, second});
-    QCOMPARE(file.size(), 2368);
-    file.truncate(length);
-
-    QBuffer buffer(&file);
-    QVERIFY(buffer.open(QIODevice::ReadOnly));
-    DataFileReader reader(buffer);
-    const DataHeaderResult head = reader.readHeader();
-    QCOMPARE(int(head.status), int(DataHeaderResult::Ok));
-    QCOMPARE(head.hasAxes, hasAxes);
-
-    QList<int> got;
-    const Curve* curves[] = {&first, &second};
-    DataCurveRecord record;
-    // The count in the header is not trusted: records end where the file
-    // does.
-    for (int i = 0; i < 10 && reader.readCurveRecord(record); ++i) {
-        got << reader.points();
-        QVERIFY(i < 2);
-        QCOMPARE(readArrays(reader), arraysOf(curves[i]->x, curves[i]->y, got.last()));
-    }
-    QCOMPARE(got, points);
-    QCOMPARE(reader.damaged(), damaged);
-}
-
-void TestDataFile::hostileCounts_data()
+void TestDataFile::damagedFiles_data()
 {
     QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<QList<int>>("points");
+    QTest::addColumn<QList<int>>("points");  // one entry per record read
+    QTest::addColumn<QStringList>("arrays"); // the points read; empty: not checked
+    QTest::addColumn<int>("damaged");        // -1: not checked
+
+    // Cut: 96 header, 1096 + 4 * 16 first curve (ends at 1256), 1096 + 16
+    // the second (ends at 2368). The count in the header is not trusted:
+    // records end where the file does.
+    const QList<Curve> two{speedCurve(), btrCurve()};
+    const QByteArray whole = handFile(Header(), two);
+    const auto cut = [&](const char* name, int length, const QList<int>& points, bool damaged) {
+        QStringList arrays;
+        for (int i = 0; i < points.size(); ++i)
+            arrays << arraysOf(two[i].x, two[i].y, points[i]);
+        QTest::newRow(name) << whole.left(length) << points << arrays << int(damaged);
+    };
+    cut("whole", 2368, {4, 1}, false);
+    cut("inside the axes", 50, {}, true);
+    cut("header only", 96, {}, false);
+    cut("inside the first record", 96 + 600, {}, true);
+    cut("record without arrays", 96 + 1096, {0}, true);
+    cut("inside the x array", 96 + 1096 + 20, {0}, true);
+    cut("x whole, y has one and a half", 96 + 1096 + 32 + 12, {1}, true);
+    cut("y lacks its last byte", 1256 - 1, {3}, true);
+    cut("first curve whole", 1256, {4}, false);
+    cut("second record without y", 1256 + 1096 + 8, {4, 0}, true);
 
     // A point count far beyond the file: no points, and no further record.
     Curve huge = speedCurve();
-    QByteArray hugeCount = handHeader(Header(), 2) + handRecord(huge, INT_MAX);
-    Bytes tail;
-    tail.doubles(huge.x).doubles(huge.y);
-    hugeCount += tail.data + handCurve(btrCurve());
-    QTest::newRow("pointCount INT_MAX") << hugeCount << QList<int>{0};
-
-    // A negative count reads as 0, and the next record follows directly.
-    QTest::newRow("negative pointCount")
-        << handHeader(Header(), 2) + handRecord(huge, -5) + handCurve(btrCurve()) << QList<int>{0, 1};
-
-    // A count a little too big: the y array would start behind the file.
-    QByteArray tooBig = handHeader(Header(), 1) + handRecord(huge, huge.x.size() + 1);
     Bytes arrays;
     arrays.doubles(huge.x).doubles(huge.y);
-    // By the count the x array takes a y value too, and the y array lacks
-    // two: the pairs that the declared layout holds.
-    QTest::newRow("pointCount one too big") << tooBig + arrays.data << QList<int>{3};
+    QTest::newRow("pointCount INT_MAX")
+        << handHeader(Header(), 2) + handRecord(huge, INT_MAX) + arrays.data + handCurve(btrCurve())
+        << QList<int>{0} << QStringList() << -1;
+    // A negative count reads as 0, and the next record follows directly.
+    QTest::newRow("negative pointCount")
+        << handHeader(Header(), 2) + handRecord(huge, -5) + handCurve(btrCurve()) << QList<int>{0, 1}
+        << QStringList() << -1;
+    // A count a little too big: the y array would start behind the file. By
+    // the count the x array takes a y value too, and the y array lacks two:
+    // the pairs that the declared layout holds.
+    QTest::newRow("pointCount one too big")
+        << handHeader(Header(), 1) + handRecord(huge, huge.x.size() + 1) + arrays.data << QList<int>{3}
+        << QStringList() << -1;
 
     CurveV1 old;
     old.name = "old";
     old.x = {1.0, 2.0};
     old.y = {3.0, 4.0};
     old.pointCount = 0xFFFFFFFFu;
-    QTest::newRow("oldest: pointCount 0xFFFFFFFF")
-        << handHeaderV1(0, 0) + handCurveV1(old) + handCurveV1(old) << QList<int>{2, 2};
+    QTest::newRow("oldest: pointCount 0xFFFFFFFF") << handHeaderV1(0, 0) + handCurveV1(old) + handCurveV1(old)
+                                                   << QList<int>{2, 2} << QStringList() << -1;
     old.pointCount = 2;
     QTest::newRow("oldest: record size INT_MAX")
-        << handHeaderV1(0, 0) + handCurveV1(old, INT_MAX) << QList<int>{0};
+        << handHeaderV1(0, 0) + handCurveV1(old, INT_MAX) << QList<int>{0} << QStringList() << -1;
     // A record size below 840 has arrays of no doubles; the records go on
     // right behind its 840 bytes.
     CurveV1 bare = old;
     bare.x = {};
     bare.y = {};
-    QTest::newRow("oldest: record size 0")
-        << handHeaderV1(0, 0) + handCurveV1(bare, 0) + handCurveV1(old) << QList<int>{0, 2};
+    QTest::newRow("oldest: record size 0") << handHeaderV1(0, 0) + handCurveV1(bare, 0) + handCurveV1(old)
+                                           << QList<int>{0, 2} << QStringList() << -1;
 }
 
-void TestDataFile::hostileCounts()
+void TestDataFile::damagedFiles()
 {
     QFETCH(QByteArray, file);
     QFETCH(QList<int>, points);
+    QFETCH(QStringList, arrays);
+    QFETCH(int, damaged);
 
     QBuffer buffer(&file);
     QVERIFY(buffer.open(QIODevice::ReadOnly));
     DataFileReader reader(buffer);
     const DataHeaderResult head = reader.readHeader();
     QCOMPARE(int(head.status), int(DataHeaderResult::Ok));
+    // Axes only from a current header read whole.
+    QCOMPARE(head.hasAxes, head.version == DataFileVersion::Current && file.size() >= 96);
     QList<int> got;
+    QStringList gotArrays;
     for (int i = 0; i < 10; ++i) {
         bool more = false;
         if (head.version == DataFileVersion::Oldest) {
@@ -753,9 +678,13 @@ void TestDataFile::hostileCounts()
             break;
         got << reader.points();
         // Buffers of the size the reader promises are enough.
-        readArrays(reader);
+        gotArrays << readArrays(reader);
     }
     QCOMPARE(got, points);
+    if (!arrays.isEmpty())
+        QCOMPARE(gotArrays, arrays);
+    if (damaged >= 0)
+        QCOMPARE(reader.damaged(), damaged != 0);
 }
 
 void TestDataFile::textFields_data()

@@ -229,39 +229,35 @@ TessFrameT frameT(uint32_t id, uint64_t stamp, std::initializer_list<uint8_t> by
     return frame;
 }
 
-// File images made with the codec, whose bytes tst_datafile checks.
-class FileImage
+// File images made with the codec, whose bytes tst_datafile checks: the
+// arrays, and a record of either version with its arrays.
+QByteArray arrays(const QVector<double>& x, const QVector<double>& y)
 {
-public:
-    FileImage() { buffer.open(QIODevice::WriteOnly); }
-
-    FileImage& header(const DataFileHeader& header)
-    {
-        writeDataHeader(buffer, header);
-        return *this;
-    }
-    FileImage& raw(const QByteArray& bytes)
-    {
-        buffer.write(bytes);
-        return *this;
-    }
-    FileImage& curve(const DataCurveRecord& record, const QVector<double>& x, const QVector<double>& y)
-    {
-        writeDataCurveRecord(buffer, record);
-        writeDataPoints(buffer, x.constData(), y.constData(), x.size());
-        return *this;
-    }
-    FileImage& curveV1(const DataCurveRecordV1& record, const QVector<double>& x, const QVector<double>& y)
-    {
-        raw(encodeDataCurveRecordV1(record));
-        writeDataPoints(buffer, x.constData(), y.constData(), x.size());
-        return *this;
-    }
-    QByteArray bytes() const { return buffer.data(); }
-
-private:
     QBuffer buffer;
-};
+    buffer.open(QIODevice::WriteOnly);
+    writeDataPoints(buffer, x.constData(), y.constData(), x.size());
+    return buffer.data();
+}
+
+QByteArray curve(const DataCurveRecord& record, const QVector<double>& x, const QVector<double>& y)
+{
+    return encodeDataCurveRecord(record) + arrays(x, y);
+}
+
+QByteArray curveV1(const DataCurveRecordV1& record, const QVector<double>& x, const QVector<double>& y)
+{
+    return encodeDataCurveRecordV1(record) + arrays(x, y);
+}
+
+// A current header with the default axes.
+DataFileHeader headerOf(int curveCount)
+{
+    DataFileHeader header;
+    header.curveCount = curveCount;
+    header.axes = {DataAxisRecord::from(ValueAxisSettings::leftDefault()),
+                   DataAxisRecord::from(ValueAxisSettings::rightDefault())};
+    return header;
+}
 
 DataCurveRecord sampleRecord(const QString& name, int points)
 {
@@ -304,17 +300,14 @@ class TestDataIo : public QObject
 private slots:
     void initTestCase();
     void roundTripAfterLiveRun();
-    void curvesThatNeverRan();
-    void emptyConfiguration();
-    void rowWithoutCurve();
+    void writtenWithoutRun_data();
+    void writtenWithoutRun();
     void olderVersions_data();
     void olderVersions();
-    void declinedQuestions_data();
-    void declinedQuestions();
     void plotSizeQuestion_data();
     void plotSizeQuestion();
-    void readErrors_data();
-    void readErrors();
+    void rejectedLoads_data();
+    void rejectedLoads();
     void writeFailure();
     void damagedFiles_data();
     void damagedFiles();
@@ -422,7 +415,6 @@ void TestDataIo::roundTripAfterLiveRun()
     quiet.pos = 3;
     for (const RowSetup& setup : {speed, level, quiet})
         addRow(w, setup);
-    QCOMPARE(w.tableConfig->btrText(2), QStringLiteral("1c"));
 
     // A run with known frames on net 0.
     const uint64_t startCounter = 5000000;
@@ -549,8 +541,6 @@ void TestDataIo::roundTripAfterLiveRun()
         QCOMPARE(curve.scale, scale);
         QCOMPARE(curve.name, expected["name"]);
     }
-    QCOMPARE(w.tableConfig->rowCount(), 3);
-    QCOMPARE(w.tableConfig->btrText(2), QStringLiteral("1c"));
     QCOMPARE(w.curves[0]->canId, 0x100);
     QCOMPARE(w.curves[1]->canId, int(levelId));
     QCOMPARE(w.curves[1]->plotItem->yAxis(), int(QwtPlot::yRight));
@@ -579,78 +569,67 @@ void TestDataIo::roundTripAfterLiveRun()
     QCOMPARE(w.scrollBarTime->maximum(), 0);
 }
 
-void TestDataIo::curvesThatNeverRan()
+void TestDataIo::writtenWithoutRun_data()
 {
-    const auto window = makeWindow();
-    VistrelMainWindow& w = *window;
-    addRow(w, RowSetup());
-    addRow(w, RowSetup());
-    const QString path = TestSupport::temporaryPath(QStringLiteral("never.vtldat"));
-    w.writeDataFile(path);
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<QList<int>>("points"); // of each record in the file
 
-    // One point each, the live point at time 0 with value 0.
-    const QByteArray bytes = fileBytes(path);
-    QCOMPARE(bytes.size(), 96 + 2 * (1096 + 16));
-    QCOMPARE(int32At(bytes, 96 + 832), 1);
-    QCOMPARE(bytes.mid(96 + 1096, 16), QByteArray(16, '\0'));
-
-    const auto other = makeWindow();
-    BoxScript noBoxes(other.get());
-    other->readDataFile(path);
-    QCOMPARE(noBoxes.lines, QStringList());
-    QCOMPARE(cellLines(*other, {"0:cnt=1", "1:cnt=1"}), (QStringList{"0:cnt=1", "1:cnt=1"}));
-    QCOMPARE(other->curves[1]->pointCount(), 1);
+    QTest::newRow("empty configuration") << 0 << QList<int>{};
+    // One point each: the live point at time 0 with value 0.
+    QTest::newRow("curves that never ran") << 2 << QList<int>{1, 1};
+    // After an import that was given up the rows may outnumber the curves:
+    // such records have no points and no arrays, the others stay whole.
+    QTest::newRow("rows without curves") << 3 << QList<int>{1, 0, 0};
 }
 
-void TestDataIo::emptyConfiguration()
+void TestDataIo::writtenWithoutRun()
 {
+    QFETCH(int, rows);
+    QFETCH(QList<int>, points);
+
     const auto window = makeWindow();
     VistrelMainWindow& w = *window;
+    for (int row = 0; row < rows; ++row) {
+        RowSetup setup;
+        setup.name = QStringLiteral("r%1").arg(row);
+        addRow(w, setup);
+    }
+    if (points.contains(0)) {
+        // Row 1 has lost its curve, row 2 lies beyond the curves.
+        w.curves[1].reset();
+        w.curves.remove(2);
+    }
     *w.axisSettings[0] = {-5.0, 5.0, 1.0, true, false};
     *w.axisSettings[1] = {0.0, 2.0, 0.5, true, true};
-    const QString path = TestSupport::temporaryPath(QStringLiteral("empty.vtldat"));
+    const QString path = TestSupport::temporaryPath(QStringLiteral("norun.vtldat"));
     w.writeDataFile(path);
-    QCOMPARE(fileBytes(path).size(), 96);
+
+    const QByteArray bytes = fileBytes(path);
+    int at = 96;
+    QStringList cells;
+    for (int row = 0; row < rows; ++row) {
+        QCOMPARE(int32At(bytes, at + 832), points[row]);
+        at += 1096;
+        if (points[row] == 1)
+            QCOMPARE(bytes.mid(at, 16), QByteArray(16, '\0'));
+        at += 16 * points[row];
+        cells << QStringLiteral("%1:name=r%1").arg(row)
+              << QStringLiteral("%1:cnt=%2").arg(row).arg(points[row]);
+    }
+    QCOMPARE(bytes.size(), at);
 
     const auto other = makeWindow();
     BoxScript noBoxes(other.get());
     other->readDataFile(path);
     QCOMPARE(noBoxes.lines, QStringList());
     QCOMPARE(other->statusBarLabels()->textLabelMode->text(), QStringLiteral("OFFLINE - DATA"));
-    QCOMPARE(other->tableConfig->rowCount(), 0);
+    QCOMPARE(other->tableConfig->rowCount(), rows);
+    QCOMPARE(other->curves.size(), rows);
+    QCOMPARE(cellLines(*other, cells), cells);
+    for (int row = 0; row < rows; ++row)
+        QCOMPARE(other->curves[row]->pointCount(), points[row]);
     QCOMPARE(axesOf(*other), (QStringList{"-5,5,1,1,0", "0,2,0.5,1,1"}));
     QVERIFY(other->plot->axisEnabled(QwtPlot::yRight));
-}
-
-void TestDataIo::rowWithoutCurve()
-{
-    // After an import that was given up the rows may outnumber the curves.
-    const auto window = makeWindow();
-    VistrelMainWindow& w = *window;
-    for (const char* name : {"r0", "r1", "r2"}) {
-        RowSetup setup;
-        setup.name = QLatin1String(name);
-        addRow(w, setup);
-    }
-    // Row 1 has lost its curve, row 2 lies beyond the curves.
-    w.curves[1].reset();
-    w.curves.remove(2);
-    const QString path = TestSupport::temporaryPath(QStringLiteral("nocurve.vtldat"));
-    w.writeDataFile(path);
-
-    // Such records have no points and no arrays; the others stay whole.
-    const QByteArray bytes = fileBytes(path);
-    QCOMPARE(bytes.size(), 96 + (1096 + 16) + 2 * 1096);
-    QCOMPARE(int32At(bytes, 96 + 832), 1);
-    QCOMPARE(int32At(bytes, 96 + 1096 + 16 + 832), 0);
-    QCOMPARE(int32At(bytes, 96 + 2 * 1096 + 16 + 832), 0);
-
-    const auto other = makeWindow();
-    other->readDataFile(path);
-    QCOMPARE(other->curves.size(), 3);
-    QCOMPARE(cellLines(*other, {"0:cnt=1", "1:name=r1", "1:cnt=0", "2:name=r2", "2:cnt=0"}),
-             (QStringList{"0:cnt=1", "1:name=r1", "1:cnt=0", "2:name=r2", "2:cnt=0"}));
-    QCOMPARE(other->curves[2]->pointCount(), 0);
 }
 
 void TestDataIo::olderVersions_data()
@@ -690,33 +669,20 @@ void TestDataIo::olderVersions_data()
     temp.offset = -40;
     temp.pointCount = 2;
     temp.recordSize = 840 + 64; // arrays of 4, of which 2 count
-    const QByteArray oldest = FileImage()
-                                  .raw(encodeDataHeaderV1(oldHeader))
-                                  .curveV1(rpm, {3, 2, 1}, {30, 20, 10})
-                                  .curveV1(temp, {9, 8, 7, 6}, {90, 80, 70, 60})
-                                  .bytes();
+    const QByteArray oldest = encodeDataHeaderV1(oldHeader) + curveV1(rpm, {3, 2, 1}, {30, 20, 10}) +
+                              curveV1(temp, {9, 8, 7, 6}, {90, 80, 70, 60});
     // The ranges are those of a new row (data type 0, left axis), and the
     // raw range follows from them: (-100 - 10) / 0.5 = -220.
-    QTest::newRow("oldest") << oldest << QStringList{"0:name=Rpm",       "0:dname=Rpm",
-                                                     "0:unit=1/min",     "0:dunit=1/min",
-                                                     "0:color=#00ff00",  "0:dcolor=#00ff00",
-                                                     "0:id=256",         "0:29bit=1",
-                                                     "0:pos=3",          "0:type=3",
-                                                     "0:mask=0xFF",      "0:order=1",
-                                                     "0:axis=0",         "0:net=1",
-                                                     "0:baud=14",        "0:btr=1c",
-                                                     "0:scale=0.500000", "0:offset=10.000000",
-                                                     "0:vmin=-100",      "0:vmax=100",
-                                                     "0:rawmin=-220",    "0:rawmax=180",
-                                                     "0:en=1",           "0:style=2",
-                                                     "0:cnt=3",          "1:name=Temp",
-                                                     "1:id=2046",        "1:29bit=0",
-                                                     "1:baud=4",         "1:btr=-----",
-                                                     "1:scale=0.250000", "1:offset=-40.000000",
-                                                     "1:rawmin=-240",    "1:rawmax=560",
-                                                     "1:mask=0xFF",      "1:en=1",
-                                                     "1:cnt=2"}
-                            << QList<Points>{{{3, 2, 1}, {30, 20, 10}}, {{9, 8}, {90, 80}}} << defaultAxes;
+    QTest::newRow("oldest")
+        << oldest
+        << QString("0:name=Rpm 0:dname=Rpm 0:unit=1/min 0:dunit=1/min 0:color=#00ff00 0:dcolor=#00ff00 "
+                   "0:id=256 0:29bit=1 0:pos=3 0:type=3 0:mask=0xFF 0:order=1 0:axis=0 0:net=1 0:baud=14 "
+                   "0:btr=1c 0:scale=0.500000 0:offset=10.000000 0:vmin=-100 0:vmax=100 0:rawmin=-220 "
+                   "0:rawmax=180 0:en=1 0:style=2 0:cnt=3 1:name=Temp 1:id=2046 1:29bit=0 1:baud=4 "
+                   "1:btr=----- 1:scale=0.250000 1:offset=-40.000000 1:rawmin=-240 1:rawmax=560 1:mask=0xFF "
+                   "1:en=1 1:cnt=2")
+               .split(' ')
+        << QList<Points>{{{3, 2, 1}, {30, 20, 10}}, {{9, 8}, {90, 80}}} << defaultAxes;
 
     // The middle version: a 32-byte header, so no axis records.
     DataFileHeader middleHeader;
@@ -735,20 +701,16 @@ void TestDataIo::olderVersions_data()
     DataCurveRecord ranged = sampleRecord(QStringLiteral("Ranged"), 1);
     ranged.id = 0x2000ABCD;
     ranged.scale = 123; // not used: the ranges give the scaling
-    const QByteArray middle = FileImage()
-                                  .raw(encodeDataHeader(middleHeader).left(32))
-                                  .curve(stored, {1.5, 0.5}, {4, 3})
-                                  .curve(ranged, {7}, {8})
-                                  .bytes();
-    QTest::newRow("middle") << middle << QStringList{"0:name=Stored", "0:axis=0",         "0:mask=15",
-                                                     "0:en=0",        "0:scale=2.000000", "0:offset=1.000000",
-                                                     "0:vmin=-100",   "0:vmax=100",       "0:rawmin=-50.5",
-                                                     "0:rawmax=49.5", "0:cnt=2",          "1:name=Ranged",
-                                                     "1:id=43981",    "1:29bit=1",        "1:vmin=-50",
-                                                     "1:vmax=50",     "1:rawmin=-101",    "1:rawmax=99",
-                                                     "1:scale=0.5",   "1:offset=0.5",     "1:mask=255",
-                                                     "1:en=1",        "1:cnt=1"}
-                            << QList<Points>{{{1.5, 0.5}, {4, 3}}, {{7}, {8}}} << defaultAxes;
+    const QByteArray middle =
+        encodeDataHeader(middleHeader).left(32) + curve(stored, {1.5, 0.5}, {4, 3}) + curve(ranged, {7}, {8});
+    QTest::newRow("middle")
+        << middle
+        << QString("0:name=Stored 0:axis=0 0:mask=15 0:en=0 0:scale=2.000000 0:offset=1.000000 0:vmin=-100 "
+                   "0:vmax=100 0:rawmin=-50.5 0:rawmax=49.5 0:cnt=2 1:name=Ranged 1:id=43981 1:29bit=1 "
+                   "1:vmin=-50 1:vmax=50 1:rawmin=-101 1:rawmax=99 1:scale=0.5 1:offset=0.5 1:mask=255 "
+                   "1:en=1 1:cnt=1")
+               .split(' ')
+        << QList<Points>{{{1.5, 0.5}, {4, 3}}, {{7}, {8}}} << defaultAxes;
 }
 
 void TestDataIo::olderVersions()
@@ -778,54 +740,6 @@ void TestDataIo::olderVersions()
     QCOMPARE(w.plotSize, 5000u);
 }
 
-void TestDataIo::declinedQuestions_data()
-{
-    QTest::addColumn<QList<QMessageBox::StandardButton>>("answers");
-    QTest::addColumn<QStringList>("boxes");
-
-    QTest::newRow("No to the configuration question")
-        << QList<QMessageBox::StandardButton>{QMessageBox::No} << QStringList{configurationQuestion};
-    QTest::newRow("No to the reset") << QList<QMessageBox::StandardButton>{QMessageBox::Yes, QMessageBox::No}
-                                     << QStringList{configurationQuestion, resetQuestion};
-}
-
-void TestDataIo::declinedQuestions()
-{
-    QFETCH(QList<QMessageBox::StandardButton>, answers);
-    QFETCH(QStringList, boxes);
-
-    // A file with another configuration.
-    const auto source = makeWindow();
-    addRow(*source, RowSetup());
-    const QString path = TestSupport::temporaryPath(QStringLiteral("other.vtldat"));
-    source->writeDataFile(path);
-
-    const auto window = windowWithPoints();
-    VistrelMainWindow& w = *window;
-    w.setOperatingMode(ModeStopped);
-    const QMap<QString, QString> cells0 = cellsOf(w, 0);
-    const QMap<QString, QString> cells1 = cellsOf(w, 1);
-    const Points points0 = pointsOf(w, 0);
-    const Points points1 = pointsOf(w, 1);
-    const double timeOrigin = w.timeOrigin();
-
-    BoxScript script(&w, answers);
-    w.readDataFile(path);
-    QCOMPARE(script.lines, boxes);
-
-    QCOMPARE(w.tableConfig->rowCount(), 2);
-    QCOMPARE(w.curves.size(), 2);
-    QCOMPARE(cellsOf(w, 0), cells0);
-    QCOMPARE(cellsOf(w, 1), cells1);
-    QVERIFY(pointsOf(w, 0) == points0);
-    QVERIFY(pointsOf(w, 1) == points1);
-    QCOMPARE(points0.x.size(), 3);
-    QCOMPARE(w.currentOperatingMode(), int(ModeStopped));
-    QCOMPARE(w.currentProjectFileName(), QStringLiteral("kept.vtlprj"));
-    QCOMPARE(w.currentDataFileName(), QString());
-    QVERIFY(w.timeOrigin() == timeOrigin);
-}
-
 void TestDataIo::plotSizeQuestion_data()
 {
     QTest::addColumn<QByteArray>("file");
@@ -835,12 +749,9 @@ void TestDataIo::plotSizeQuestion_data()
 
     const QVector<double> x = ramp(6000, 600.0, -0.1);
     const QVector<double> y = ramp(6000, 0.0, 1.0);
-    DataFileHeader header;
+    DataFileHeader header = headerOf(1);
     header.plotSize = 8000;
-    header.curveCount = 1;
-    header.axes = {DataAxisRecord::from(ValueAxisSettings::leftDefault()),
-                   DataAxisRecord::from(ValueAxisSettings::rightDefault())};
-    const QByteArray current = FileImage().header(header).curve(sampleRecord("big", 6000), x, y).bytes();
+    const QByteArray current = encodeDataHeader(header) + curve(sampleRecord("big", 6000), x, y);
 
     QTest::newRow("No keeps the plot size")
         << current << QMessageBox::No << QStringList{plotSizeText(8000, 5000)} << 5000u;
@@ -849,14 +760,13 @@ void TestDataIo::plotSizeQuestion_data()
     DataFileHeader smaller = header;
     smaller.plotSize = 5000;
     QTest::newRow("not bigger: no question")
-        << FileImage().header(smaller).curve(sampleRecord("big", 6000), x, y).bytes() << QMessageBox::Yes
+        << encodeDataHeader(smaller) + curve(sampleRecord("big", 6000), x, y) << QMessageBox::Yes
         << QStringList{} << 5000u;
     // A plot size that no sane file holds is not offered.
     DataFileHeader absurd = header;
     absurd.plotSize = 4000000000u;
-    QTest::newRow("absurd plot size")
-        << FileImage().header(absurd).curve(sampleRecord("big", 6000), x, y).bytes() << QMessageBox::Yes
-        << QStringList{} << 5000u;
+    QTest::newRow("absurd plot size") << encodeDataHeader(absurd) + curve(sampleRecord("big", 6000), x, y)
+                                      << QMessageBox::Yes << QStringList{} << 5000u;
 
     // The oldest version asks for each record, with its point count.
     DataFileHeaderV1 oldHeader;
@@ -865,7 +775,7 @@ void TestDataIo::plotSizeQuestion_data()
     record.pos = 1;
     record.pointCount = 6000;
     record.recordSize = 840 + 16 * 6000;
-    const QByteArray oldest = FileImage().raw(encodeDataHeaderV1(oldHeader)).curveV1(record, x, y).bytes();
+    const QByteArray oldest = encodeDataHeaderV1(oldHeader) + curveV1(record, x, y);
     QTest::newRow("oldest, Yes") << oldest << QMessageBox::Yes << QStringList{plotSizeText(6000, 5000)}
                                  << 6000u;
 }
@@ -891,33 +801,47 @@ void TestDataIo::plotSizeQuestion()
     QCOMPARE(cellLines(w, {"0:cnt=6000"}), QStringList{"0:cnt=6000"});
 }
 
-void TestDataIo::readErrors_data()
+void TestDataIo::rejectedLoads_data()
 {
+    using Answers = QList<QMessageBox::StandardButton>;
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("content"); // for a name starting with "absent": no file
-    QTest::addColumn<QString>("message");    // %1: the path
+    QTest::addColumn<Answers>("answers");
+    QTest::addColumn<QStringList>("boxes"); // %1: the path
 
+    // The checks come before any question.
+    const Answers yes{QMessageBox::Yes, QMessageBox::Yes};
     DataFileHeader header;
     QByteArray size7 = encodeDataHeader(header);
     qToLittleEndian<qint32>(7, size7.data() + 4);
     DataFileHeader type3;
     type3.headerType = 3;
-    QTest::newRow("cannot be opened") << "absent.vtldat" << QByteArray() << "Cannot read file %1";
-    QTest::newRow("header size 7") << "size7.vtldat" << size7
-                                   << "Wrong file %1 - header of the file has invalid size (7)!";
-    QTest::newRow("header type 3") << "type3.vtldat" << encodeDataHeader(type3)
-                                   << "Wrong file %1 - Wrong header type (3)!";
-    QTest::newRow("%d in the name") << "odd%d.vtldat" << encodeDataHeader(type3)
-                                    << "Wrong file %1 - Wrong header type (3)!";
-    QTest::newRow("empty file") << "empty.vtldat" << QByteArray("")
-                                << "Wrong file %1 - Wrong header type (-1)!";
+    QTest::newRow("cannot be opened")
+        << "absent.vtldat" << QByteArray() << yes << QStringList{"C|Cannot read file %1"};
+    QTest::newRow("header size 7") << "size7.vtldat" << size7 << yes
+                                   << QStringList{
+                                          "C|Wrong file %1 - header of the file has invalid size (7)!"};
+    QTest::newRow("header type 3") << "type3.vtldat" << encodeDataHeader(type3) << yes
+                                   << QStringList{"C|Wrong file %1 - Wrong header type (3)!"};
+    QTest::newRow("%d in the name") << "odd%d.vtldat" << encodeDataHeader(type3) << yes
+                                    << QStringList{"C|Wrong file %1 - Wrong header type (3)!"};
+    QTest::newRow("empty file") << "empty.vtldat" << QByteArray("") << yes
+                                << QStringList{"C|Wrong file %1 - Wrong header type (-1)!"};
+
+    // A file with another configuration, and a question declined.
+    const QByteArray other = encodeDataHeader(headerOf(1)) + curve(sampleRecord("other", 2), {2, 1}, {5, 6});
+    QTest::newRow("No to the configuration question")
+        << "other.vtldat" << other << Answers{QMessageBox::No} << QStringList{configurationQuestion};
+    QTest::newRow("No to the reset") << "other.vtldat" << other << Answers{QMessageBox::Yes, QMessageBox::No}
+                                     << QStringList{configurationQuestion, resetQuestion};
 }
 
-void TestDataIo::readErrors()
+void TestDataIo::rejectedLoads()
 {
     QFETCH(QString, name);
     QFETCH(QByteArray, content);
-    QFETCH(QString, message);
+    QFETCH(QList<QMessageBox::StandardButton>, answers);
+    QFETCH(QStringList, boxes);
 
     const QString path =
         name.startsWith("absent") ? TestSupport::temporaryPath(name) : writeBytes(name, content);
@@ -927,20 +851,29 @@ void TestDataIo::readErrors()
     w.setOperatingMode(ModeStopped);
     const QMap<QString, QString> cells0 = cellsOf(w, 0);
     const QMap<QString, QString> cells1 = cellsOf(w, 1);
+    const Points points0 = pointsOf(w, 0);
     const Points points1 = pointsOf(w, 1);
+    const double timeOrigin = w.timeOrigin();
 
-    BoxScript script(&w, {QMessageBox::Yes, QMessageBox::Yes});
+    BoxScript script(&w, answers);
     w.readDataFile(path);
+    for (QString& box : boxes)
+        box.replace("%1", path);
+    QCOMPARE(script.lines, boxes);
 
-    // The checks come before any question: nothing has changed.
-    QCOMPARE(script.lines, QStringList{"C|" + QString(message).replace("%1", path)});
+    // Nothing has changed.
+    QCOMPARE(w.tableConfig->rowCount(), 2);
+    QCOMPARE(w.curves.size(), 2);
     QCOMPARE(cellsOf(w, 0), cells0);
     QCOMPARE(cellsOf(w, 1), cells1);
+    QVERIFY(pointsOf(w, 0) == points0);
     QVERIFY(pointsOf(w, 1) == points1);
+    QCOMPARE(points0.x.size(), 3);
     QCOMPARE(axesOf(w)[1], QStringLiteral("-1,1,0.5,1,1"));
     QCOMPARE(w.currentOperatingMode(), int(ModeStopped));
     QCOMPARE(w.currentProjectFileName(), QStringLiteral("kept.vtlprj"));
     QCOMPARE(w.currentDataFileName(), QString());
+    QVERIFY(w.timeOrigin() == timeOrigin);
 }
 
 void TestDataIo::writeFailure()
@@ -967,17 +900,9 @@ void TestDataIo::damagedFiles_data()
     QTest::addColumn<QString>("startText"); // empty: not checked
     QTest::addColumn<QString>("runText");
 
-    DataFileHeader header;
-    header.axes = {DataAxisRecord::from(ValueAxisSettings::leftDefault()),
-                   DataAxisRecord::from(ValueAxisSettings::rightDefault())};
-    header.curveCount = 2;
-    const QByteArray two = FileImage()
-                               .header(header)
-                               .curve(sampleRecord("one", 3), {3, 2, 1}, {1, 2, 3})
-                               .curve(sampleRecord("two", 2), {2, 1}, {5, 6})
-                               .bytes();
-    QTest::newRow("truncated in the second record")
-        << two.left(96 + 1096 + 48 + 500) << QStringList{"0:name=one", "0:cnt=3"} << QString() << QString();
+    const DataFileHeader header = headerOf(2);
+    const QByteArray two = encodeDataHeader(header) + curve(sampleRecord("one", 3), {3, 2, 1}, {1, 2, 3}) +
+                           curve(sampleRecord("two", 2), {2, 1}, {5, 6});
     QTest::newRow("second y array cut")
         << two.left(two.size() - 1) << QStringList{"0:cnt=3", "1:name=two", "1:cnt=1"} << QString()
         << QString();
@@ -987,7 +912,7 @@ void TestDataIo::damagedFiles_data()
         << encodeDataHeader(many) + two.mid(96) << QStringList{"0:cnt=3", "1:cnt=2"} << QString()
         << QString();
     DataCurveRecord huge = sampleRecord("huge", INT_MAX);
-    QTest::newRow("point count INT_MAX") << FileImage().header(header).curve(huge, {1, 2}, {3, 4}).bytes()
+    QTest::newRow("point count INT_MAX") << encodeDataHeader(header) + curve(huge, {1, 2}, {3, 4})
                                          << QStringList{"0:name=huge", "0:cnt=0"} << QString() << QString();
     // An empty raw range gives no scaling: the stored doubles stand in.
     DataCurveRecord flat = sampleRecord("flat", 1);
@@ -1005,19 +930,18 @@ void TestDataIo::damagedFiles_data()
     wild.axes[0].max = std::numeric_limits<double>::infinity();
     wild.axes[1] = {-1e300, 1e300, 1e-300, 1, 1};
     QTest::newRow("times not finite, wild axes")
-        << FileImage().header(wild).curve(sampleRecord("w", 1), {1}, {2}).bytes()
+        << encodeDataHeader(wild) + curve(sampleRecord("w", 1), {1}, {2})
         << QStringList{"0:name=w", "0:cnt=1"} << "Start: 00:00:00.000"
         << "Run: 0.000 s";
     DataFileHeader far = header;
     far.curveCount = 1;
     far.timeOrigin = 1e300;
     far.runTime = -1e16;
-    QTest::newRow("times out of range")
-        << FileImage().header(far).curve(sampleRecord("w", 1), {1e300}, {2}).bytes()
-        << QStringList{"0:name=w", "0:cnt=1"} << "Start: 00:00:00.000"
-        << "Run: 0.000 s";
+    QTest::newRow("times out of range") << encodeDataHeader(far) + curve(sampleRecord("w", 1), {1e300}, {2})
+                                        << QStringList{"0:name=w", "0:cnt=1"} << "Start: 00:00:00.000"
+                                        << "Run: 0.000 s";
     QTest::newRow("raw minimum equals raw maximum")
-        << FileImage().header(header).curve(flat, {1}, {2}).bytes()
+        << encodeDataHeader(header) + curve(flat, {1}, {2})
         << QStringList{"0:rawmin=5", "0:rawmax=5", "0:scale=0.125", "0:offset=-3.5"} << QString()
         << QString();
 }
@@ -1104,7 +1028,8 @@ void TestDataIo::dialogs()
     ModalHandler handler(
         [&](QWidget* widget) {
             if (auto* dialog = qobject_cast<QFileDialog*>(widget)) {
-                TestSupport::answerFileDialog(dialog, dialog->acceptMode(), typed.isEmpty() ? QString() : inDirectory(typed), &seen);
+                TestSupport::answerFileDialog(dialog, dialog->acceptMode(),
+                                              typed.isEmpty() ? QString() : inDirectory(typed), &seen);
             } else if (auto* box = qobject_cast<QMessageBox*>(widget)) {
                 seen << box->text();
                 box->button(box->button(QMessageBox::Yes) ? QMessageBox::Yes : QMessageBox::Ok)->click();

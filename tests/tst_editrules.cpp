@@ -34,17 +34,6 @@ QPoint cellCentre(TablePlotConfig* table, int row, int col)
     return table->visualRect(table->model()->index(row, col)).center();
 }
 
-// Closes whatever modal widget opens and counts it.
-class NothingOpens
-{
-public:
-    NothingOpens() : handler([](QWidget* widget) { widget->close(); }, 100) {}
-    int opened() const { return handler.handled(); }
-
-private:
-    ModalHandler handler;
-};
-
 } // namespace
 
 class TestEditRules : public QObject
@@ -56,8 +45,6 @@ private slots:
     void textRepairs_data();
     void textRepairs();
     void typedTextPassesTheRule();
-    void idCountsInBaseZero_data();
-    void idCountsInBaseZero();
     void positionRule_data();
     void positionRule();
     void btrText_data();
@@ -68,10 +55,8 @@ private slots:
     void buildingRowTouchesNoOtherRow_data();
     void buildingRowTouchesNoOtherRow();
     void axisRule();
-    void colourDialog_data();
-    void colourDialog();
-    void noColourDialog_data();
-    void noColourDialog();
+    void colourCell_data();
+    void colourCell();
     void contextMenu_data();
     void contextMenu();
 
@@ -100,51 +85,43 @@ std::unique_ptr<VistrelMainWindow> TestEditRules::makeWindow(int rows, bool show
     return window;
 }
 
+// canId: the identifier of a curve built from the cell afterwards, read in
+// base 0 (-1: not a CAN id column).
 void TestEditRules::textRepairs_data()
 {
     QTest::addColumn<int>("col");
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QString>("result");
+    QTest::addColumn<int>("canId");
 
-    const int id = TablePlotConfig::ColId;
-    QTest::newRow("Id largest 29-bit") << id << "0x1FFFFFFF"
-                                       << "0x1FFFFFFF";
-    QTest::newRow("Id one above") << id << "0x20000000"
-                                  << "0";
-    QTest::newRow("Id decimal above") << id << "536870912"
-                                      << "0";
-    QTest::newRow("Id negative") << id << "-1"
-                                 << "0";
-    QTest::newRow("Id empty") << id << ""
-                              << "0";
-    QTest::newRow("Id octal") << id << "010"
-                              << "010";
-    QTest::newRow("Id bad octal") << id << "08"
-                                  << "0";
-    QTest::newRow("Id hex keeps its form") << id << "0x123"
-                                           << "0x123";
-    QTest::newRow("Id decimal") << id << "291"
-                                << "291";
-    QTest::newRow("Id letters") << id << "abc"
-                                << "0";
-    QTest::newRow("Id huge") << id << "0x1FFFFFFFF"
-                             << "0";
-
-    const int mask = TablePlotConfig::ColMask;
-    QTest::newRow("Mask 255") << mask << "255"
-                              << "255";
-    QTest::newRow("Mask octal 0377") << mask << "0377"
-                                     << "0377";
-    QTest::newRow("Mask 256") << mask << "256"
-                              << "0";
-    QTest::newRow("Mask hex") << mask << "0x0F"
-                              << "0x0F";
-    QTest::newRow("Mask 0x100") << mask << "0x100"
-                                << "0";
-    QTest::newRow("Mask negative") << mask << "-1"
-                                   << "0";
-    QTest::newRow("Mask empty") << mask << ""
-                                << "0";
+    struct Row
+    {
+        const char* name;
+        const char* typed;
+        const char* result;
+        int canId;
+    };
+    const Row idRows[] = {{"largest 29-bit", "0x1FFFFFFF", "0x1FFFFFFF", 0x1FFFFFFF},
+                          {"one above", "0x20000000", "0", 0},
+                          {"decimal above", "536870912", "0", 0},
+                          {"negative", "-1", "0", 0},
+                          {"empty", "", "0", 0},
+                          {"octal", "010", "010", 8},
+                          {"bad octal", "08", "0", 0},
+                          {"hex keeps its form", "0x123", "0x123", 0x123},
+                          {"decimal", "291", "291", 291},
+                          {"letters", "abc", "0", 0},
+                          {"huge", "0x1FFFFFFFF", "0", 0}};
+    for (const Row& r : idRows)
+        QTest::addRow("Id %s", r.name)
+            << int(TablePlotConfig::ColId) << QString(r.typed) << QString(r.result) << r.canId;
+    const Row maskRows[] = {{"255", "255", "255", -1},   {"octal 0377", "0377", "0377", -1},
+                            {"256", "256", "0", -1},     {"hex", "0x0F", "0x0F", -1},
+                            {"0x100", "0x100", "0", -1}, {"negative", "-1", "0", -1},
+                            {"empty", "", "0", -1}};
+    for (const Row& r : maskRows)
+        QTest::addRow("Mask %s", r.name)
+            << int(TablePlotConfig::ColMask) << QString(r.typed) << QString(r.result) << r.canId;
 }
 
 void TestEditRules::textRepairs()
@@ -152,6 +129,7 @@ void TestEditRules::textRepairs()
     QFETCH(int, col);
     QFETCH(QString, typed);
     QFETCH(QString, result);
+    QFETCH(int, canId);
 
     const auto window = makeWindow(2);
     TablePlotConfig* table = window->tableConfig;
@@ -159,6 +137,12 @@ void TestEditRules::textRepairs()
     table->setCellText(1, col, typed);
     QCOMPARE(table->cellText(1, col), result);
     QCOMPARE(table->cellText(0, col), otherRow);
+    if (canId >= 0) {
+        // As at Start: the curve is made anew from the cells.
+        window->curves.removeLast();
+        window->createCurve(1);
+        QCOMPARE(window->curves[1]->canId, canId);
+    }
 }
 
 void TestEditRules::typedTextPassesTheRule()
@@ -176,31 +160,6 @@ void TestEditRules::typedTextPassesTheRule()
     QCOMPARE(table->idText(0), QStringLiteral("0"));
 }
 
-void TestEditRules::idCountsInBaseZero_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<int>("canId");
-    QTest::newRow("octal") << "010" << 8;
-    QTest::newRow("hex") << "0x123" << 0x123;
-    QTest::newRow("decimal") << "291" << 291;
-    QTest::newRow("repaired") << "08" << 0;
-}
-
-void TestEditRules::idCountsInBaseZero()
-{
-    QFETCH(QString, typed);
-    QFETCH(int, canId);
-
-    // A row as a file reader makes it: cells first, the curve afterwards.
-    const auto window = makeWindow(0);
-    VistrelMainWindow& w = *window;
-    w.tableConfig->addCurveRow(0);
-    w.tableDescription->addCurveRow(0);
-    w.tableConfig->setIdText(0, typed);
-    w.createCurve(0);
-    QCOMPARE(w.curves[0]->canId, canId);
-}
-
 void TestEditRules::positionRule_data()
 {
     QTest::addColumn<int>("index");
@@ -208,13 +167,10 @@ void TestEditRules::positionRule_data()
     QTest::addColumn<QString>("stored");
     // The stored text is the index that the combo box raised; the rule
     // reads the entry shown.
-    QTest::newRow("first") << 0 << "1"
-                           << "0";
-    QTest::newRow("last") << 7 << "8"
-                          << "7";
+    QTest::newRow("first") << 0 << QString("1") << QString("0");
+    QTest::newRow("last") << 7 << QString("8") << QString("7");
     // No selection: nothing to read, the repair reaches the stored text only.
-    QTest::newRow("no selection") << -1 << ""
-                                  << "1";
+    QTest::newRow("no selection") << -1 << QString() << QString("1");
 }
 
 void TestEditRules::positionRule()
@@ -238,22 +194,14 @@ void TestEditRules::btrText_data()
     QTest::addColumn<QString>("result");
     QTest::addColumn<int>("timing");
 
-    QTest::newRow("above 16 bits") << "10000"
-                                   << "0" << 0;
-    QTest::newRow("largest") << "FFFF"
-                             << "ffff" << 0xFFFF;
-    QTest::newRow("upper case") << "1C"
-                                << "1c" << 0x1C;
-    QTest::newRow("with prefix") << "0x1C"
-                                 << "1c" << 0x1C;
-    QTest::newRow("leading zeros") << "001c"
-                                   << "1c" << 0x1C;
-    QTest::newRow("not a number") << "xyz"
-                                  << "0" << 0;
-    QTest::newRow("negative") << "-1"
-                              << "0" << 0;
-    QTest::newRow("empty") << ""
-                           << "0" << 0;
+    QTest::newRow("above 16 bits") << QString("10000") << QString("0") << 0;
+    QTest::newRow("largest") << QString("FFFF") << QString("ffff") << 0xFFFF;
+    QTest::newRow("upper case") << QString("1C") << QString("1c") << 0x1C;
+    QTest::newRow("with prefix") << QString("0x1C") << QString("1c") << 0x1C;
+    QTest::newRow("leading zeros") << QString("001c") << QString("1c") << 0x1C;
+    QTest::newRow("not a number") << QString("xyz") << QString("0") << 0;
+    QTest::newRow("negative") << QString("-1") << QString("0") << 0;
+    QTest::newRow("empty") << QString() << QString("0") << 0;
 }
 
 void TestEditRules::btrText()
@@ -420,16 +368,23 @@ void TestEditRules::axisRule()
     QVERIFY(w.plot->axisEnabled(QwtPlot::yRight));
 }
 
-void TestEditRules::colourDialog_data()
+void TestEditRules::colourCell_data()
 {
-    QTest::addColumn<bool>("accept");
-    QTest::newRow("accepted") << true;
-    QTest::newRow("cancelled") << false;
+    QTest::addColumn<int>("button");
+    QTest::addColumn<bool>("running");
+    QTest::addColumn<int>("answer"); // what the colour dialog gets; -1: it must not open
+    QTest::newRow("accepted") << int(Qt::LeftButton) << false << int(QDialog::Accepted);
+    QTest::newRow("cancelled") << int(Qt::LeftButton) << false << int(QDialog::Rejected);
+    QTest::newRow("right click") << int(Qt::RightButton) << false << -1;
+    QTest::newRow("middle click") << int(Qt::MiddleButton) << false << -1;
+    QTest::newRow("left click during a run") << int(Qt::LeftButton) << true << -1;
 }
 
-void TestEditRules::colourDialog()
+void TestEditRules::colourCell()
 {
-    QFETCH(bool, accept);
+    QFETCH(int, button);
+    QFETCH(bool, running);
+    QFETCH(int, answer);
 
     const auto window = makeWindow(2, true);
     VistrelMainWindow& w = *window;
@@ -437,70 +392,50 @@ void TestEditRules::colourDialog()
     const QString before = table->curveColor(1);
     const QColor chosen(QStringLiteral("#123456"));
     QVERIFY(before != chosen.name());
+    w.running = running;
 
     QString title;
     QColor initial;
-    ModalHandler handler([&](QWidget* widget) {
-        auto* dialog = qobject_cast<QColorDialog*>(widget);
-        if (!dialog) {
-            widget->close();
-            return;
-        }
-        title = dialog->windowTitle();
-        initial = dialog->currentColor();
-        dialog->setCurrentColor(chosen);
-        if (accept)
-            dialog->accept();
-        else
-            dialog->reject();
-    });
-    QTest::mouseClick(table->viewport(), Qt::LeftButton, Qt::NoModifier,
+    ModalHandler handler(
+        [&](QWidget* widget) {
+            auto* dialog = qobject_cast<QColorDialog*>(widget);
+            if (!dialog || answer < 0) {
+                widget->close();
+                return;
+            }
+            title = dialog->windowTitle();
+            initial = dialog->currentColor();
+            dialog->setCurrentColor(chosen);
+            if (answer == QDialog::Accepted)
+                dialog->accept();
+            else
+                dialog->reject();
+        },
+        100);
+    QTest::mouseClick(table->viewport(), Qt::MouseButton(button), Qt::NoModifier,
                       cellCentre(table, 1, TablePlotConfig::ColColor));
+    if (answer < 0) {
+        // The rule itself, whether or not the view reports such a click.
+        w.slotClickedTablePlotConfig(1, TablePlotConfig::ColColor);
+        // F2 on "Scale" asks for a plain left click before it too.
+        table->setCurrentCell(1, TablePlotConfig::ColScale);
+        QTest::keyClick(table, Qt::Key_F2);
+        QTest::qWait(20); // gives the poll of the handler its turns
+        w.running = false;
+        QCOMPARE(handler.handled(), 0);
+        QCOMPARE(table->curveColor(1), before);
+        return;
+    }
 
     QCOMPARE(handler.handled(), 1);
     QCOMPARE(title, QStringLiteral("Select Curve Color"));
     QCOMPARE(initial, QColor(before));
-    const QString expected = accept ? chosen.name() : before;
+    const QString expected = answer == QDialog::Accepted ? chosen.name() : before;
     QCOMPARE(table->curveColor(1), expected);
     QCOMPARE(w.tableDescription->curveColor(1), expected);
     QCOMPARE(w.curves[1]->plotItem->pen().color(), QColor(expected));
     // The other row keeps its colour.
     QCOMPARE(w.curves[0]->plotItem->pen().color(), QColor(table->curveColor(0)));
-}
-
-void TestEditRules::noColourDialog_data()
-{
-    QTest::addColumn<int>("button");
-    QTest::addColumn<bool>("running");
-    QTest::newRow("right click") << int(Qt::RightButton) << false;
-    QTest::newRow("middle click") << int(Qt::MiddleButton) << false;
-    QTest::newRow("left click during a run") << int(Qt::LeftButton) << true;
-}
-
-void TestEditRules::noColourDialog()
-{
-    QFETCH(int, button);
-    QFETCH(bool, running);
-
-    const auto window = makeWindow(2, true);
-    VistrelMainWindow& w = *window;
-    TablePlotConfig* table = w.tableConfig;
-    const QString before = table->curveColor(1);
-    w.running = running;
-
-    const NothingOpens watch;
-    QTest::mouseClick(table->viewport(), Qt::MouseButton(button), Qt::NoModifier,
-                      cellCentre(table, 1, TablePlotConfig::ColColor));
-    // The rule itself, whether or not the view reports such a click.
-    w.slotClickedTablePlotConfig(1, TablePlotConfig::ColColor);
-    // F2 on "Scale" asks for a plain left click before it too.
-    table->setCurrentCell(1, TablePlotConfig::ColScale);
-    QTest::keyClick(table, Qt::Key_F2);
-    QTest::qWait(20); // gives the poll of the handler its turns
-    w.running = false;
-
-    QCOMPARE(watch.opened(), 0);
-    QCOMPARE(table->curveColor(1), before);
 }
 
 void TestEditRules::contextMenu_data()

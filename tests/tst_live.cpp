@@ -31,11 +31,11 @@ struct RowSetup
 {
     int netIndex = 0;
     QString id = QStringLiteral("0x100");
+    int baudIndex = 0;
+    bool is29Bit = false;
     int dataType = 2; // Integer16
     int byteOrder = 0;
     int axis = 0;
-    int baudIndex = 0;
-    bool is29Bit = false;
 };
 
 // The ring as the capture thread left it, read under the curve's lock.
@@ -90,13 +90,12 @@ private slots:
     void startChecks_data();
     void startChecks();
     void failingCaptureThreadReportsAndOthersGoOn();
-    void pauseFreezesPlotAndCells();
-    void stopWhilePausedShowsNoNewPoints();
+    void pause_data();
+    void pause();
     void closingDuringRunAsks_data();
     void closingDuringRunAsks();
     void outOfRangeFlag_data();
     void outOfRangeFlag();
-    void startDropsTheLastRun();
     void markersAfterRun_data();
     void markersAfterRun();
 
@@ -104,6 +103,7 @@ private:
     int addRow(const RowSetup& setup);
     void start();
     void stop();
+    void runThreeSamples(uint64_t counterAtStart);
     int count(int row) { return window->tableDescription->text(row, TablePlotDescription::ColCount).toInt(); }
 
     std::unique_ptr<VistrelMainWindow> window;
@@ -154,31 +154,37 @@ void TestLive::stop()
     window->pushButtonStartStop->click();
 }
 
+// One Integer16 row on net 0 and a run that got the values 100, 200, -300 at
+// 1 s, 2 s and 2.5 s of the interface's clock.
+void TestLive::runThreeSamples(uint64_t counterAtStart)
+{
+    addRow({});
+    QCOMPARE(tessTestSetTimestamp(0, counterAtStart), 0);
+    start();
+    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+    const TessFrameT frames[] = {frameT(0x100, counterAtStart + 1000000, {100, 0}),
+                                 frameT(0x100, counterAtStart + 2000000, {200, 0}),
+                                 frameT(0x100, counterAtStart + 2500000, {0xD4, 0xFE})};
+    QCOMPARE(tessTestInjectT(0, frames, 3), 0);
+    QTRY_COMPARE(count(0), 3);
+}
+
 void TestLive::runFillsArraysAndCells()
 {
-    const int row = addRow({});
+    runThreeSamples(5000000);
+    if (QTest::currentTestFailed())
+        return;
+    const int row = 0;
     const double scale = window->tableConfig->scaleText(row).toDouble();
     const double offset = window->tableConfig->offsetText(row).toDouble();
     QVERIFY(scale != 1.0);
-
-    const uint64_t startCounter = 5000000;
-    QCOMPARE(tessTestSetTimestamp(0, startCounter), 0);
-    start();
     QVERIFY(window->running);
     QCOMPARE(window->pushButtonStartStop->text(), QStringLiteral("Stop"));
     QCOMPARE(window->currentOperatingMode(), int(ModeRun));
     QVERIFY(!window->scrollBarTime->isEnabled());
     QVERIFY(window->pushButtonPause->isEnabled());
-    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
-
-    // Values 100, 200, -300 (Integer16, Intel) at 1 s, 2 s and 2.5 s.
-    const TessFrameT frames[] = {
-        frameT(0x100, startCounter + 1000000, {100, 0}),
-        frameT(0x100, startCounter + 2000000, {200, 0}),
-        frameT(0x100, startCounter + 2500000, {0xD4, 0xFE}),
-    };
-    QCOMPARE(tessTestInjectT(0, frames, 3), 0);
-    QTRY_COMPARE(count(row), 3);
+    // Markers stand still during a run.
+    QVERIFY(!window->pushButtonMarker1->isEnabled());
 
     const PlotCurve& curve = *window->curves.at(row);
     const double expectedTimes[] = {2.5, 2.0, 1.0};
@@ -218,13 +224,20 @@ void TestLive::runFillsArraysAndCells()
     QVERIFY(!editable(TablePlotConfig::Col29Bit));
     QVERIFY(editable(TablePlotConfig::ColId));
     QVERIFY(window->tableConfig->cellWidget(row, TablePlotConfig::ColCalc)->isEnabled());
+    QVERIFY(window->pushButtonMarker1->isEnabled());
+
+    // The next Start asks nothing and begins with a new, empty curve.
+    const MessageBoxAnswerer noQuestion(QMessageBox::No);
+    start();
+    QCOMPARE(noQuestion.answered(), 0);
+    QCOMPARE(ringCount(*window->curves.at(row)), 0u);
+    QCOMPARE(window->curves.at(row)->plotItem->dataSize(), size_t(1));
+    QTRY_COMPARE(count(row), 0);
 }
 
 void TestLive::softwareTimestamps()
 {
-    RowSetup setup;
-    setup.netIndex = 1; // no timestamp feature
-    const int row = addRow(setup);
+    const int row = addRow({1}); // net 1: no timestamp feature
     start();
     QCOMPARE(tessTestWaitForReaders(1, 1, 5000), 0);
     const TessFrame frames[] = {frame(0x100, {1, 0}), frame(0x100, {2, 0}), frame(0x100, {3, 0})};
@@ -245,33 +258,18 @@ void TestLive::startChecks_data()
     QTest::addColumn<QList<RowSetup>>("rows");
     QTest::addColumn<QString>("message");
 
-    RowSetup net0;
-    RowSetup net0At500 = net0;
-    net0At500.baudIndex = 2;
-    RowSetup net1At500;
-    net1At500.netIndex = 1;
-    net1At500.baudIndex = 2;
-    RowSetup id2046;
-    id2046.id = QStringLiteral("2046");
-    RowSetup id2047;
-    id2047.id = QStringLiteral("2047");
-    RowSetup id7ffWith29Bit;
-    id7ffWith29Bit.id = QStringLiteral("0x7FF");
-    id7ffWith29Bit.is29Bit = true;
-    RowSetup extendedOnPlainNet = id7ffWith29Bit;
-    extendedOnPlainNet.netIndex = 1;
-    extendedOnPlainNet.id = QStringLiteral("0x18FEF100");
-
+    // Net, id, bit rate index, 29-bit.
+    const RowSetup net0{0, "0x100"};
     QTest::newRow("different bit rates on one net")
-        << QList<RowSetup>{net0, net0At500} << "Interface of net 0 have different baudrates!";
-    QTest::newRow("different nets may differ") << QList<RowSetup>{net0, net1At500} << QString();
-    QTest::newRow("id 2046 passes") << QList<RowSetup>{id2046} << QString();
+        << QList<RowSetup>{net0, {0, "0x100", 2}} << "Interface of net 0 have different baudrates!";
+    QTest::newRow("different nets may differ") << QList<RowSetup>{net0, {1, "0x100", 2}} << QString();
+    QTest::newRow("id 2046 passes") << QList<RowSetup>{{0, "2046"}} << QString();
     QTest::newRow("id 2047 needs 29-bit")
-        << QList<RowSetup>{net0, id2047}
+        << QList<RowSetup>{net0, {0, "2047"}}
         << "Interface in row 2 has 29-bit identifier,but 29-bit is not enabled (Id: 2047)!";
-    QTest::newRow("0x7FF with 29-bit") << QList<RowSetup>{id7ffWith29Bit} << QString();
+    QTest::newRow("0x7FF with 29-bit") << QList<RowSetup>{{0, "0x7FF", 0, true}} << QString();
     QTest::newRow("29-bit on a plain interface")
-        << QList<RowSetup>{extendedOnPlainNet}
+        << QList<RowSetup>{{1, "0x18FEF100", 0, true}}
         << "Interface in row 1 does not support 29-bit identifier (Id: 419361024)!";
 }
 
@@ -310,9 +308,7 @@ void TestLive::startChecks()
 void TestLive::failingCaptureThreadReportsAndOthersGoOn()
 {
     const int good = addRow({});
-    RowSetup onNet1;
-    onNet1.netIndex = 1;
-    addRow(onNet1);
+    addRow({1});
     QCOMPARE(tessTestSetFailure(1, TESS_TEST_FAIL_OPEN, -1), 0);
 
     const MessageBoxAnswerer answerer(QMessageBox::Ok);
@@ -331,8 +327,16 @@ void TestLive::failingCaptureThreadReportsAndOthersGoOn()
     QVERIFY(!window->running);
 }
 
-void TestLive::pauseFreezesPlotAndCells()
+void TestLive::pause_data()
 {
+    QTest::addColumn<bool>("stopWhilePaused");
+    QTest::newRow("released") << false;
+    QTest::newRow("stopped") << true;
+}
+
+void TestLive::pause()
+{
+    QFETCH(bool, stopWhilePaused);
     const int row = addRow({});
     start();
     QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
@@ -349,38 +353,28 @@ void TestLive::pauseFreezesPlotAndCells()
     QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
     const TessFrameT more[] = {frameT(0x100, 2, {2, 0}), frameT(0x100, 3, {3, 0})};
     tessTestInjectT(0, more, 2);
+    QTRY_COMPARE(ringCount(*window->curves.at(row)), 3u);
     // The run time goes on; plot, cells and runTime stand still.
     QTRY_VERIFY(window->statusBarLabels()->textLabelRunTime->text() != runLabel);
     QCOMPARE(count(row), 1);
     QCOMPARE(window->runTime(), runTime);
     QCOMPARE(window->curves.at(row)->plotItem->dataSize(), size_t(2));
 
-    // The first tick after the release brings what the ring kept.
-    window->pushButtonPause->click();
-    QCOMPARE(window->currentOperatingMode(), int(ModeRun));
-    QVERIFY(!window->scrollBarTime->isEnabled());
-    QTRY_COMPARE(count(row), 3);
-}
-
-void TestLive::stopWhilePausedShowsNoNewPoints()
-{
-    const int row = addRow({});
-    start();
-    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
-    const TessFrameT first[] = {frameT(0x100, 1, {1, 0})};
-    tessTestInjectT(0, first, 1);
-    QTRY_COMPARE(count(row), 1);
-    window->pushButtonPause->click();
-    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
-    const TessFrameT more[] = {frameT(0x100, 2, {2, 0})};
-    tessTestInjectT(0, more, 1);
-    QTRY_COMPARE(ringCount(*window->curves.at(row)), 2u);
-    stop();
-    QCOMPARE(count(row), 1);
-    QCOMPARE(window->curves.at(row)->plotItem->dataSize(), size_t(2));
-    QCOMPARE(window->currentOperatingMode(), int(ModeStopped));
-    QVERIFY(window->pushButtonMarker1->isEnabled());
-    QVERIFY(!window->pushButtonPause->isChecked());
+    if (stopWhilePaused) {
+        // Stop shows nothing of what came during the pause.
+        stop();
+        QCOMPARE(count(row), 1);
+        QCOMPARE(window->curves.at(row)->plotItem->dataSize(), size_t(2));
+        QCOMPARE(window->currentOperatingMode(), int(ModeStopped));
+        QVERIFY(window->pushButtonMarker1->isEnabled());
+        QVERIFY(!window->pushButtonPause->isChecked());
+    } else {
+        // The first tick after the release brings what the ring kept.
+        window->pushButtonPause->click();
+        QCOMPARE(window->currentOperatingMode(), int(ModeRun));
+        QVERIFY(!window->scrollBarTime->isEnabled());
+        QTRY_COMPARE(count(row), 3);
+    }
 }
 
 void TestLive::closingDuringRunAsks_data()
@@ -403,7 +397,8 @@ void TestLive::closingDuringRunAsks()
     window->projectExitAction->trigger();
     QCOMPARE(answerer.answered(), 1);
     QCOMPARE(answerer.titles().value(0), QStringLiteral("Warning!"));
-    QCOMPARE(answerer.lastText(), QStringLiteral("Vistrel is running!\nDo you really want to close the program?"));
+    QCOMPARE(answerer.lastText(),
+             QStringLiteral("Vistrel is running!\nDo you really want to close the program?"));
     QCOMPARE(window->isVisible(), !closed);
     QCOMPARE(window->running, !closed);
     if (closed)
@@ -459,25 +454,6 @@ void TestLive::outOfRangeFlag()
     QTRY_VERIFY(!cell->data(Qt::BackgroundRole).isValid());
 }
 
-void TestLive::startDropsTheLastRun()
-{
-    const int row = addRow({});
-    start();
-    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
-    const TessFrameT frames[] = {frameT(0x100, 1, {1, 0})};
-    tessTestInjectT(0, frames, 1);
-    QTRY_COMPARE(count(row), 1);
-    stop();
-    QCOMPARE(ringCount(*window->curves.at(row)), 1u);
-    const MessageBoxAnswerer noQuestion(QMessageBox::No);
-    start();
-    QCOMPARE(noQuestion.answered(), 0);
-    // A new, empty curve: the last run's point is gone at once.
-    QCOMPARE(ringCount(*window->curves.at(row)), 0u);
-    QCOMPARE(window->curves.at(row)->plotItem->dataSize(), size_t(1));
-    QTRY_COMPARE(count(row), 0);
-}
-
 void TestLive::markersAfterRun_data()
 {
     QTest::addColumn<double>("marker");
@@ -498,25 +474,19 @@ void TestLive::markersAfterRun()
     QFETCH(int, raw);
     QFETCH(double, time);
 
-    const int row = addRow({});
+    runThreeSamples(0);
+    if (QTest::currentTestFailed())
+        return;
+    stop();
+    const int row = 0;
     const double scale = window->tableConfig->scaleText(row).toDouble();
     const double offset = window->tableConfig->offsetText(row).toDouble();
-    QCOMPARE(tessTestSetTimestamp(0, 0), 0);
-    start();
-    QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
-    const TessFrameT frames[] = {frameT(0x100, 1000000, {100, 0}), frameT(0x100, 2000000, {200, 0}),
-                                 frameT(0x100, 2500000, {0xD4, 0xFE})};
-    QCOMPARE(tessTestInjectT(0, frames, 3), 0);
-    QTRY_COMPARE(count(row), 3);
-    // Markers stand still during a run.
-    QVERIFY(!window->pushButtonMarker1->isEnabled());
-    stop();
-    QVERIFY(window->pushButtonMarker1->isEnabled());
 
     window->plot->setMarker1(marker);
     window->plot->setMarker2(marker + 1.0);
     const double value = raw == 0 ? 0.0 : raw * scale + offset;
-    const QString expected = QString::asprintf("%0.3f/%0.3f   [%0.3f s]", value, (value - offset) / scale, time);
+    const QString expected =
+        QString::asprintf("%0.3f/%0.3f   [%0.3f s]", value, (value - offset) / scale, time);
     QCOMPARE(window->tableDescription->text(row, TablePlotDescription::ColM1), expected);
     QCOMPARE(window->pushButtonMarker1->text(), QString::asprintf("M1: %0.3f s", marker));
     QCOMPARE(window->pushButtonDMarker->text(), QStringLiteral("dM: 1.000 s"));

@@ -7,7 +7,6 @@
 #include <QDoubleValidator>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QSignalMapper>
 #include <QtTest>
 
 #include <functional>
@@ -41,29 +40,11 @@ QStringList scalingCells(TablePlotConfig* table, int row)
             table->valueMaxText(row),    table->offsetText(row),      table->scaleText(row)};
 }
 
-void setScalingCells(TablePlotConfig* table, int row, const QStringList& cells)
-{
-    table->setRawValueMinText(row, cells[0]);
-    table->setRawValueMaxText(row, cells[1]);
-    table->setValueMinText(row, cells[2]);
-    table->setValueMaxText(row, cells[3]);
-    table->setOffsetText(row, cells[4]);
-    table->setScaleText(row, cells[5]);
-}
-
 // The four range fields in the order raw min, raw max, min, max.
 QStringList rangeFields(const MDialogScaleOffset* dialog)
 {
     return {dialog->lineEditRawMin->text(), dialog->lineEditRawMax->text(), dialog->lineEditMin->text(),
             dialog->lineEditMax->text()};
-}
-
-void setRangeFields(MDialogScaleOffset* dialog, const QStringList& fields)
-{
-    dialog->lineEditRawMin->setText(fields[0]);
-    dialog->lineEditRawMax->setText(fields[1]);
-    dialog->lineEditMin->setText(fields[2]);
-    dialog->lineEditMax->setText(fields[3]);
 }
 
 // What a run of the scaling dialog showed when it opened.
@@ -91,11 +72,12 @@ public:
                       widget->close();
                       return;
                   }
-                  opening.row = dialog->row;
-                  opening.title = dialog->windowTitle();
-                  opening.fields = rangeFields(dialog);
-                  opening.scale = dialog->lineEditScale->text();
-                  opening.offset = dialog->lineEditOffset->text();
+                  opening = {opening.count,
+                             dialog->row,
+                             dialog->windowTitle(),
+                             rangeFields(dialog),
+                             dialog->lineEditScale->text(),
+                             dialog->lineEditOffset->text()};
                   act(dialog);
                   // An answer that leaves the dialog open would hang the test.
                   if (dialog->isVisible())
@@ -123,11 +105,8 @@ class TestScaleDialog : public QObject
 
 private slots:
     void initTestCase();
-    void form();
     void calculate_data();
     void calculate();
-    void runFromRow_data();
-    void runFromRow();
     void emptyRangeFromScaleAndOffset_data();
     void emptyRangeFromScaleAndOffset();
     void entries_data();
@@ -162,136 +141,54 @@ std::unique_ptr<VistrelMainWindow> TestScaleDialog::makeWindow(int rows, bool sh
     return window;
 }
 
-void TestScaleDialog::form()
-{
-    MDialogScaleOffset dialog(nullptr);
-    QCOMPARE(dialog.objectName(), QStringLiteral("DialogScaleOffset"));
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("MyDialog"));
-    QVERIFY(dialog.isModal());
-    QVERIFY(dialog.isSizeGripEnabled());
-    QVERIFY(!(dialog.windowFlags() & Qt::WindowContextHelpButtonHint));
-    QCOMPARE(dialog.width(), 492);
-    QCOMPARE(dialog.minimumHeight(), dialog.maximumHeight());
-
-    for (QLineEdit* edit :
-         {dialog.lineEditRawMin, dialog.lineEditRawMax, dialog.lineEditMin, dialog.lineEditMax}) {
-        QCOMPARE(edit->text(), QStringLiteral("0.0"));
-        QVERIFY(qobject_cast<const QDoubleValidator*>(edit->validator()));
-        QVERIFY(!edit->isReadOnly());
-    }
-    for (QLineEdit* edit : {dialog.lineEditScale, dialog.lineEditOffset}) {
-        QVERIFY(edit->isReadOnly());
-        QVERIFY(!edit->validator());
-        QCOMPARE(edit->palette().color(QPalette::Active, QPalette::Base), QColor(197, 197, 197));
-    }
-    QVERIFY(dialog.buttonOk->isDefault());
-    // The mnemonics of OK and Cancel are switched off; Calc keeps Alt+L.
-    QVERIFY(dialog.buttonOk->shortcut().isEmpty());
-    QVERIFY(dialog.buttonCancel->shortcut().isEmpty());
-    QCOMPARE(dialog.buttonCalc->shortcut(), QKeySequence(QStringLiteral("Alt+L")));
-}
-
+// The dialog run on a row: the range typed (none: as the row had it), then
+// OK, or Calc and Cancel. `shown`: the six fields afterwards in the order of
+// the cells; the row takes them only when OK closed the dialog.
 void TestScaleDialog::calculate_data()
 {
     QTest::addColumn<bool>("comma"); // default locale with a decimal comma
+    QTest::addColumn<bool>("calc");
     QTest::addColumn<QStringList>("typed");
+    QTest::addColumn<bool>("closes");
     QTest::addColumn<QStringList>("shown");
-    QTest::addColumn<bool>("ok");
-    QTest::addColumn<QString>("scale");
-    QTest::addColumn<QString>("offset");
 
-    for (const bool comma : {false, true}) {
-        const char* locale = comma ? "de_DE" : "C";
-        QTest::addRow("%s, 0..100 to 0..10", locale) << comma << QStringList{"0", "100", "0", "10"}
-                                                     << QStringList{"0", "100", "0", "10"} << true << "0.1"
-                                                     << "0";
-        QTest::addRow("%s, -1..1 to -100..100", locale)
-            << comma << QStringList{"-1", "1", "-100", "100"} << QStringList{"-1", "1", "-100", "100"} << true
-            << "100"
-            << "0";
-        QTest::addRow("%s, raw range of no width", locale)
-            << comma << QStringList{"5", "5", "0", "10"} << QStringList{"5", "5", "0", "10"} << true << "0"
-            << "0";
-        QTest::addRow("%s, real type on the left axis", locale)
-            << comma << QStringList{"0", "1", "-100", "+100.0"} << QStringList{"0", "1", "-100", "+100.0"}
-            << true << "200"
-            << "-100";
-        QTest::addRow("%s, commas", locale) << comma << QStringList{"1,5", "3,5", "0", "1e1"}
-                                            << QStringList{"1.5", "3.5", "0", "1e1"} << true << "5"
-                                            << "-7.5";
+    struct Row
+    {
+        const char* name;
+        bool calc;
+        QStringList typed;
+        bool closes;
+        QStringList shown;
+    };
+    const Row rows[] = {
+        {"0..100 to 0..10", false, {"0", "100", "0", "10"}, true, {"0", "100", "0", "10", "0", "0.1"}},
+        {"-1..1 to -100..100",
+         false,
+         {"-1", "1", "-100", "100"},
+         true,
+         {"-1", "1", "-100", "100", "0", "100"}},
+        {"raw range of no width", false, {"7", "7", "0", "10"}, true, {"7", "7", "0", "10", "0", "0"}},
+        {"commas", false, {"1,5", "3,5", "-1,0", "1e0"}, true, {"1.5", "3.5", "-1.0", "1e0", "-2.5", "1"}},
+        {"sign kept", false, {"0", "1", "-100", "+100.0"}, true, {"0", "1", "-100", "+100.0", "-100", "200"}},
+        {"no change on a real row", false, {}, true, {"0", "1", "-100", "100", "-100", "200"}},
         // The failed field and those behind it count as 0.
-        QTest::addRow("%s, scaled minimum fails", locale)
-            << comma << QStringList{"-10", "10", "x", "10"} << QStringList{"-10", "10", "x", "10"} << false
-            << "0"
-            << "0";
-        QTest::addRow("%s, empty field", locale)
-            << comma << QStringList{"0", "100", "0", ""} << QStringList{"0", "100", "0", ""} << false << "0"
-            << "0";
-    }
+        {"scaled minimum fails", false, {"-10", "10", "x", "10"}, false, {"-10", "10", "x", "10", "0", "0"}},
+        {"emptied field", false, {"0", "", "0", "10"}, false, {"0", "", "0", "10", "0", "0"}},
+        {"Cancel after Calc", true, {"0", "100", "0", "10"}, false, {"0", "100", "0", "10", "0", "0.1"}},
+    };
+    for (const bool comma : {false, true})
+        for (const Row& r : rows)
+            QTest::addRow("%s, %s", comma ? "de_DE" : "C", r.name)
+                << comma << r.calc << r.typed << r.closes << r.shown;
 }
 
 void TestScaleDialog::calculate()
 {
     QFETCH(bool, comma);
-    QFETCH(QStringList, typed);
-    QFETCH(QStringList, shown);
-    QFETCH(bool, ok);
-    QFETCH(QString, scale);
-    QFETCH(QString, offset);
-
-    const DefaultLocaleGuard guard;
-    QLocale::setDefault(testLocale(comma));
-    MDialogScaleOffset dialog(nullptr);
-    setRangeFields(&dialog, typed);
-
-    QCOMPARE(dialog.slotCalculate(), ok);
-    QCOMPARE(rangeFields(&dialog), shown);
-    QCOMPARE(dialog.lineEditScale->text(), scale);
-    QCOMPARE(dialog.lineEditOffset->text(), offset);
-    // The conversion borrows the C locale only for its own moment.
-    QCOMPARE(QLocale(), testLocale(comma));
-
-    // The Calc button is the same computation.
-    dialog.lineEditScale->clear();
-    setRangeFields(&dialog, typed);
-    dialog.buttonCalc->click();
-    QCOMPARE(dialog.lineEditScale->text(), scale);
-}
-
-void TestScaleDialog::runFromRow_data()
-{
-    QTest::addColumn<bool>("comma");
-    QTest::addColumn<QString>("answer");    // ok, calcCancel, cancel
-    QTest::addColumn<QStringList>("typed"); // empty: no change
-    QTest::addColumn<bool>("closes");       // on OK
-    QTest::addColumn<QStringList>("cells"); // after the dialog; empty: unchanged
-
-    for (const bool comma : {false, true}) {
-        const char* locale = comma ? "de_DE" : "C";
-        QTest::addRow("%s, OK computes", locale) << comma << "ok" << QStringList{"0", "100", "0", "10"}
-                                                 << true << QStringList{"0", "100", "0", "10", "0", "0.1"};
-        QTest::addRow("%s, OK with a raw range of no width", locale)
-            << comma << "ok" << QStringList{"7", "7", "0", "10"} << true
-            << QStringList{"7", "7", "0", "10", "0", "0"};
-        QTest::addRow("%s, OK with commas", locale)
-            << comma << "ok" << QStringList{"1,5", "3,5", "-1,0", "1"} << true
-            << QStringList{"1.5", "3.5", "-1.0", "1", "-2.5", "1"};
-        QTest::addRow("%s, OK with an emptied field", locale)
-            << comma << "ok" << QStringList{"0", "", "0", "10"} << false << QStringList();
-        QTest::addRow("%s, Cancel after Calc", locale)
-            << comma << "calcCancel" << QStringList{"0", "100", "0", "10"} << true << QStringList();
-        QTest::addRow("%s, OK without change on a real row", locale)
-            << comma << "ok" << QStringList() << true << QStringList{"0", "1", "-100", "100", "-100", "200"};
-    }
-}
-
-void TestScaleDialog::runFromRow()
-{
-    QFETCH(bool, comma);
-    QFETCH(QString, answer);
+    QFETCH(bool, calc);
     QFETCH(QStringList, typed);
     QFETCH(bool, closes);
-    QFETCH(QStringList, cells);
+    QFETCH(QStringList, shown);
 
     const DefaultLocaleGuard guard;
     QLocale::setDefault(testLocale(comma));
@@ -299,24 +196,23 @@ void TestScaleDialog::runFromRow()
     TablePlotConfig* table = window->tableConfig;
     // "Real64" on the default left axis: Scale 1, Offset 0, raw 0 to 1.
     table->comboSave(1, TablePlotConfig::ColDataType)->comboBox->setCurrentIndex(7);
-    QCOMPARE(scalingCells(table, 1), (QStringList{"0", "1", "-100", "100", "0", "1"}));
     const QStringList before = scalingCells(table, 1);
+    QCOMPARE(before, (QStringList{"0", "1", "-100", "100", "0", "1"}));
     const QStringList otherRows[2] = {scalingCells(table, 0), scalingCells(table, 2)};
 
     bool stayedOpen = false;
-    QStringList shownAfterOk;
+    QStringList after;
     ScaleDialogAnswer answerer([&](MDialogScaleOffset* dialog) {
-        if (!typed.isEmpty())
-            setRangeFields(dialog, typed);
-        if (answer == QLatin1String("calcCancel")) {
-            dialog->buttonCalc->click();
-            QCOMPARE(dialog->lineEditScale->text(), QStringLiteral("0.1"));
-            dialog->buttonCancel->click();
-        } else {
-            dialog->buttonOk->click();
-            stayedOpen = dialog->isVisible();
-            shownAfterOk = rangeFields(dialog);
+        if (!typed.isEmpty()) {
+            dialog->lineEditRawMin->setText(typed[0]);
+            dialog->lineEditRawMax->setText(typed[1]);
+            dialog->lineEditMin->setText(typed[2]);
+            dialog->lineEditMax->setText(typed[3]);
         }
+        (calc ? dialog->buttonCalc : dialog->buttonOk)->click();
+        stayedOpen = dialog->isVisible();
+        after =
+            rangeFields(dialog) + QStringList{dialog->lineEditOffset->text(), dialog->lineEditScale->text()};
     });
     table->slotCalcCmd(1);
 
@@ -324,13 +220,12 @@ void TestScaleDialog::runFromRow()
     QCOMPARE(answerer.opening.fields, before.mid(0, 4));
     QCOMPARE(answerer.opening.offset, before[4]);
     QCOMPARE(answerer.opening.scale, before[5]);
-    if (answer == QLatin1String("ok")) {
-        QCOMPARE(stayedOpen, !closes);
-        QCOMPARE(shownAfterOk, closes ? cells.mid(0, 4) : typed);
-    }
-    QCOMPARE(scalingCells(table, 1), cells.isEmpty() ? before : cells);
+    QCOMPARE(stayedOpen, !closes);
+    QCOMPARE(after, shown);
+    QCOMPARE(scalingCells(table, 1), closes ? shown : before);
     QCOMPARE(scalingCells(table, 0), otherRows[0]);
     QCOMPARE(scalingCells(table, 2), otherRows[1]);
+    // The conversion borrows the C locale only for its own moment.
     QCOMPARE(QLocale(), testLocale(comma));
 }
 
@@ -341,15 +236,15 @@ void TestScaleDialog::emptyRangeFromScaleAndOffset_data()
     QTest::addColumn<QStringList>("fields"); // as the dialog opens
     QTest::addColumn<QStringList>("cells");  // after OK
 
-    QTest::newRow("scale 2, offset 10") << "2"
-                                        << "10" << QStringList{"-55", "45", "-100.0", "+100.0"}
-                                        << QStringList{"-55", "45", "-100.0", "+100.0", "10", "2"};
-    QTest::newRow("scale 0.5, offset 0") << "0.5"
-                                         << "0" << QStringList{"-200", "200", "-100.0", "+100.0"}
-                                         << QStringList{"-200", "200", "-100.0", "+100.0", "0", "0.5"};
+    QTest::newRow("scale 2, offset 10")
+        << QString("2") << QString("10") << QStringList{"-55", "45", "-100.0", "+100.0"}
+        << QStringList{"-55", "45", "-100.0", "+100.0", "10", "2"};
+    QTest::newRow("scale 0.5, offset 0")
+        << QString("0.5") << QString("0") << QStringList{"-200", "200", "-100.0", "+100.0"}
+        << QStringList{"-200", "200", "-100.0", "+100.0", "0", "0.5"};
     // Nothing to derive from: the empty fields stay, and OK stays refused.
-    QTest::newRow("scale not a number") << "abc"
-                                        << "10" << QStringList{"", "", "", ""} << QStringList();
+    QTest::newRow("scale not a number")
+        << QString("abc") << QString("10") << QStringList{"", "", "", ""} << QStringList();
 }
 
 void TestScaleDialog::emptyRangeFromScaleAndOffset()
@@ -362,7 +257,11 @@ void TestScaleDialog::emptyRangeFromScaleAndOffset()
     // A row from a project without range attributes.
     const auto window = makeWindow(1);
     TablePlotConfig* table = window->tableConfig;
-    setScalingCells(table, 0, {"", "", "", "", offset, scale});
+    for (const int col : {TablePlotConfig::ColRawValueMin, TablePlotConfig::ColRawValueMax,
+                          TablePlotConfig::ColValueMin, TablePlotConfig::ColValueMax})
+        table->setCellText(0, col, QString());
+    table->setOffsetText(0, offset);
+    table->setScaleText(0, scale);
     const QStringList before = scalingCells(table, 0);
 
     ScaleDialogAnswer answerer([](MDialogScaleOffset* dialog) { dialog->buttonOk->click(); });
@@ -480,7 +379,15 @@ void TestScaleDialog::oneDialogForAllRows()
     QCOMPARE(answerer.opening.scale, table->scaleText(1));
     const QList<MDialogScaleOffset*> dialogs = window->findChildren<MDialogScaleOffset*>();
     QCOMPARE(dialogs.size(), 1);
-    QCOMPARE(dialogs.first()->parentWidget(), window.get());
+    MDialogScaleOffset* dialog = dialogs.first();
+    QCOMPARE(dialog->parentWidget(), window.get());
+    QVERIFY(dialog->isModal());
+    // Only the range can be typed, and only as numbers; Scale and Offset
+    // come from Calc.
+    for (QLineEdit* edit :
+         {dialog->lineEditRawMin, dialog->lineEditRawMax, dialog->lineEditMin, dialog->lineEditMax})
+        QVERIFY(qobject_cast<const QDoubleValidator*>(edit->validator()) && !edit->isReadOnly());
+    QVERIFY(dialog->lineEditScale->isReadOnly() && dialog->lineEditOffset->isReadOnly());
 }
 
 void TestScaleDialog::clickSelectsAll()
@@ -498,9 +405,12 @@ void TestScaleDialog::clickSelectsAll()
     QVERIFY(edit->hasFocus());
     QTRY_COMPARE(edit->selectedText(), edit->text());
 
+    const auto moveTo = [edit, y](int x) {
+        QMouseEvent move(QEvent::MouseMove, QPointF(x, y), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(edit, &move);
+    };
     // A drag to the left edge before the release would shrink the selection.
-    QMouseEvent move(QEvent::MouseMove, QPointF(1, y), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(edit, &move);
+    moveTo(1);
     QCOMPARE(edit->selectedText(), edit->text());
     QTest::mouseRelease(edit, Qt::LeftButton, Qt::NoModifier, QPoint(1, y));
     QCOMPARE(edit->selectedText(), edit->text());
@@ -508,9 +418,7 @@ void TestScaleDialog::clickSelectsAll()
     // After the release the edit takes the mouse as usual again.
     QTest::mousePress(edit, Qt::LeftButton, Qt::NoModifier, QPoint(1, y));
     QVERIFY(!edit->hasSelectedText());
-    QMouseEvent drag(QEvent::MouseMove, QPointF(edit->width() - 2, y), Qt::NoButton, Qt::LeftButton,
-                     Qt::NoModifier);
-    QApplication::sendEvent(edit, &drag);
+    moveTo(edit->width() - 2);
     QCOMPARE(edit->selectedText(), edit->text());
     QTest::mouseRelease(edit, Qt::LeftButton, Qt::NoModifier, QPoint(edit->width() - 2, y));
 }

@@ -35,12 +35,8 @@ private slots:
     void btrColumnVisibility();
     void cellsOutsideTheTable_data();
     void cellsOutsideTheTable();
-    void missingComboReadsMinusOne_data();
-    void missingComboReadsMinusOne();
-    void valueAxisIndex_data();
-    void valueAxisIndex();
-    void positionText_data();
-    void positionText();
+    void comboSetters_data();
+    void comboSetters();
     void netList_data();
     void netList();
     void curveColor_data();
@@ -52,7 +48,6 @@ private slots:
     void setDataTypeBlocksOnlyTheItem();
     void comboBoxLifetime_data();
     void comboBoxLifetime();
-    void comboItemClone();
     void lastMouseButtons_data();
     void lastMouseButtons();
 };
@@ -261,60 +256,43 @@ void TestTableConfig::btrColumnVisibility()
     QCOMPARE(table->isColumnHidden(TablePlotConfig::ColBtr), hidden);
 }
 
+// Cell access never fails: what isn't in the table ends on a dummy item
+// and a dummy combo box outside it, and the table doesn't change.
 void TestTableConfig::cellsOutsideTheTable_data()
 {
     QTest::addColumn<int>("row");
     QTest::addColumn<int>("col");
-    QTest::newRow("row -1") << -1 << int(TablePlotConfig::ColName);
-    QTest::newRow("row past the end") << 2 << int(TablePlotConfig::ColName);
-    QTest::newRow("column -1") << 0 << -1;
-    QTest::newRow("column past the end") << 0 << int(TablePlotConfig::ColumnCount);
+    QTest::addColumn<bool>("outside"); // the cell itself is outside the table
+    QTest::newRow("row -1") << -1 << int(TablePlotConfig::ColName) << true;
+    QTest::newRow("row past the end") << 3 << int(TablePlotConfig::ColName) << true;
+    QTest::newRow("column -1") << 0 << -1 << true;
+    QTest::newRow("column past the end") << 0 << int(TablePlotConfig::ColumnCount) << true;
+    QTest::newRow("combo of a missing row") << 5 << int(TablePlotConfig::ColDataType) << true;
+    QTest::newRow("empty cell") << 2 << int(TablePlotConfig::ColDataType) << false;
+    QTest::newRow("text cell") << 0 << int(TablePlotConfig::ColName) << false;
 }
 
 void TestTableConfig::cellsOutsideTheTable()
 {
     QFETCH(int, row);
     QFETCH(int, col);
+    QFETCH(bool, outside);
 
     const auto window = TestSupport::windowWithBareTable(QString(), 2);
     TablePlotConfig* table = window->tableConfig;
+    table->setRowCount(3); // row 2 has no items at all
     QSignalSpy changes(table, &QTableWidget::cellChanged);
 
-    QCOMPARE(table->cellText(row, col), dummyText);
-    QTableWidgetItem* dummy = table->itemSave(row, col);
-    QCOMPARE(dummy, table->itemSave(-1, 0));
-    QVERIFY(!dummy->tableWidget());
-
-    table->setCellText(row, col, QStringLiteral("written"));
-    QCOMPARE(table->cellText(row, col), QStringLiteral("written"));
-    QCOMPARE(table->cellText(-5, 3), QStringLiteral("written"));
-    table->setCellText(row, col, dummyText);
-
-    // Nothing in the table moved.
-    QCOMPARE(table->rowCount(), 2);
-    QCOMPARE(changes.count(), 0);
-    for (int r = 0; r < 2; ++r)
-        QCOMPARE(table->curveName(r), QStringLiteral("NewName"));
-}
-
-void TestTableConfig::missingComboReadsMinusOne_data()
-{
-    QTest::addColumn<int>("row");
-    QTest::addColumn<int>("col");
-    QTest::newRow("missing row") << 5 << int(TablePlotConfig::ColDataType);
-    QTest::newRow("row -1") << -1 << int(TablePlotConfig::ColDataType);
-    QTest::newRow("text cell") << 0 << int(TablePlotConfig::ColName);
-    QTest::newRow("empty cell") << 1 << int(TablePlotConfig::ColDataType);
-}
-
-void TestTableConfig::missingComboReadsMinusOne()
-{
-    QFETCH(int, row);
-    QFETCH(int, col);
-
-    const auto window = TestSupport::windowWithBareTable(QString(), 1);
-    TablePlotConfig* table = window->tableConfig;
-    table->setRowCount(2); // row 1 has no items at all
+    if (outside) {
+        QCOMPARE(table->cellText(row, col), dummyText);
+        QTableWidgetItem* dummy = table->itemSave(row, col);
+        QCOMPARE(dummy, table->itemSave(-1, 0));
+        QVERIFY(!dummy->tableWidget());
+        table->setCellText(row, col, QStringLiteral("written"));
+        QCOMPARE(table->cellText(row, col), QStringLiteral("written"));
+        QCOMPARE(table->cellText(-5, 3), QStringLiteral("written"));
+        table->setCellText(row, col, dummyText);
+    }
 
     QComboTableSupportItem* shared = table->comboSave(row, col);
     QVERIFY(shared);
@@ -338,51 +316,53 @@ void TestTableConfig::missingComboReadsMinusOne()
         QCOMPARE(table->netText(row), QString());
         QCOMPARE(table->baud(row), 0);
     }
-    QCOMPARE(table->dataType(0), 0);
+
+    // Nothing in the table moved.
+    QCOMPARE(table->rowCount(), 3);
+    QCOMPARE(changes.count(), 0);
+    for (int r = 0; r < 2; ++r) {
+        QCOMPARE(table->curveName(r), QStringLiteral("NewName"));
+        QCOMPARE(table->dataType(r), 0);
+    }
 }
 
-void TestTableConfig::valueAxisIndex_data()
+void TestTableConfig::comboSetters_data()
 {
+    QTest::addColumn<int>("col");
+    QTest::addColumn<QString>("value");
     QTest::addColumn<int>("index");
-    QTest::addColumn<int>("expected");
-    QTest::newRow("left") << 0 << 0;
-    QTest::newRow("right") << 1 << 1;
-    QTest::newRow("2 is left") << 2 << 0;
-    QTest::newRow("99 is left") << 99 << 0;
-    QTest::newRow("-1 is left") << -1 << 0;
+    QTest::addColumn<QString>("text");
+    const int axis = TablePlotConfig::ColAxis;
+    const int pos = TablePlotConfig::ColPos;
+    QTest::newRow("axis left") << axis << QString("0") << 0 << QString("Left");
+    QTest::newRow("axis right") << axis << QString("1") << 1 << QString("Right");
+    for (const char* index : {"2", "99", "-1"})
+        QTest::addRow("axis %s is left", index) << axis << QString(index) << 0 << QString("Left");
+    QTest::newRow("position 1") << pos << QString("1") << 0 << QString("1");
+    QTest::newRow("position 5") << pos << QString("5") << 4 << QString("5");
+    QTest::newRow("position 8") << pos << QString("8") << 7 << QString("8");
 }
 
-void TestTableConfig::valueAxisIndex()
+void TestTableConfig::comboSetters()
 {
+    QFETCH(int, col);
+    QFETCH(QString, value);
     QFETCH(int, index);
-    QFETCH(int, expected);
+    QFETCH(QString, text);
 
     const auto window = TestSupport::windowWithBareTable(QString(), 1);
     TablePlotConfig* table = window->tableConfig;
-    // Start from the other side so that a change is visible.
-    table->setValueAxis(0, expected == 0 ? 1 : 0);
-    table->setValueAxis(0, index);
-    QCOMPARE(table->valueAxis(0), expected);
-    QCOMPARE(table->cellText(0, TablePlotConfig::ColAxis), TablePlotConfig::axisEntries().at(expected));
-}
-
-void TestTableConfig::positionText_data()
-{
-    QTest::addColumn<QString>("pos");
-    for (int pos = 1; pos <= 8; ++pos)
-        QTest::addRow("%d", pos) << QString::number(pos);
-}
-
-void TestTableConfig::positionText()
-{
-    QFETCH(QString, pos);
-
-    const auto window = TestSupport::windowWithBareTable(QString(), 1);
-    TablePlotConfig* table = window->tableConfig;
-    table->setPosition(0, pos);
-    QCOMPARE(table->cellText(0, TablePlotConfig::ColPos), pos);
-    QCOMPARE(table->positionText(0), pos);
-    QCOMPARE(table->comboSave(0, TablePlotConfig::ColPos)->comboBox->currentIndex(), pos.toInt() - 1);
+    if (col == TablePlotConfig::ColAxis) {
+        // Start from the other side so that a change is visible.
+        table->setValueAxis(0, index == 0 ? 1 : 0);
+        table->setValueAxis(0, value.toInt());
+        QCOMPARE(table->valueAxis(0), index);
+    } else {
+        table->setPosition(0, value);
+        QCOMPARE(table->positionText(0), text);
+    }
+    QCOMPARE(table->comboSave(0, col)->comboBox->currentIndex(), index);
+    QCOMPARE(table->cellText(0, col), text);
 }
 
 void TestTableConfig::netList_data()
@@ -426,14 +406,10 @@ void TestTableConfig::curveColor_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("stored");
-    QTest::newRow("hex") << "#123456"
-                         << "#123456";
-    QTest::newRow("upper-case hex") << "#ABCDEF"
-                                    << "#abcdef";
-    QTest::newRow("named") << "red"
-                           << "#ff0000";
-    QTest::newRow("grey is the named colour") << "grey"
-                                              << "#808080";
+    QTest::newRow("hex") << QString("#123456") << QString("#123456");
+    QTest::newRow("upper-case hex") << QString("#ABCDEF") << QString("#abcdef");
+    QTest::newRow("named") << QString("red") << QString("#ff0000");
+    QTest::newRow("grey is the named colour") << QString("grey") << QString("#808080");
 }
 
 void TestTableConfig::curveColor()
@@ -604,28 +580,6 @@ void TestTableConfig::comboBoxLifetime()
     // Whoever owns the box in the end deletes it exactly once.
     table.reset();
     QTRY_VERIFY(box.isNull());
-}
-
-void TestTableConfig::comboItemClone()
-{
-    struct Generator : IFTooltipTextGenerator
-    {
-        QString tooltipText(int, int) override { return QStringLiteral("made"); }
-    } generator;
-    QComboTableSupportItem item({"x", "y", "z"}, &generator);
-    item.comboBox->setCurrentIndex(2);
-    QCOMPARE(item.data(Qt::DisplayRole).toString(), QStringLiteral("z"));
-    QCOMPARE(item.type(), int(QTableWidgetItem::UserType));
-
-    std::unique_ptr<QTableWidgetItem> copy(item.clone());
-    QCOMPARE(copy->type(), int(QComboTableSupportItem::Type));
-    auto* comboCopy = static_cast<QComboTableSupportItem*>(copy.get());
-    QCOMPARE(comboCopy->entries, (QStringList{"x", "y", "z"}));
-    QCOMPARE(comboCopy->comboBox->count(), 3);
-    QVERIFY(comboCopy->comboBox.data() != item.comboBox.data());
-    QVERIFY(!comboCopy->generator);
-    QVERIFY(copy->data(Qt::ToolTipRole).isNull());
-    QCOMPARE(item.data(Qt::ToolTipRole).toString(), QStringLiteral("made"));
 }
 
 void TestTableConfig::lastMouseButtons_data()

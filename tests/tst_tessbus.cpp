@@ -27,6 +27,14 @@ namespace {
 
 constexpr uint32_t k29 = TESS_ID_29BIT;
 
+// Programs built against other versions of the header share these records.
+static_assert(sizeof(TessFrame) == 16 && offsetof(TessFrame, len) == 4 && offsetof(TessFrame, lost) == 5 &&
+              offsetof(TessFrame, data) == 8);
+static_assert(sizeof(TessFrameT) == 24 && offsetof(TessFrameT, lost) == 5 &&
+              offsetof(TessFrameT, data) == 8 && offsetof(TessFrameT, timestamp) == 16);
+static_assert(sizeof(TessStatus) == 28 && offsetof(TessStatus, boardStatus) == 8 &&
+              offsetof(TessStatus, boardName) == 12 && offsetof(TessStatus, features) == 26);
+
 TessFrame frame(uint32_t id, std::initializer_list<uint8_t> data, uint8_t flags = 0)
 {
     TessFrame f{};
@@ -66,6 +74,20 @@ std::vector<uint32_t> idsOf(const std::vector<TessFrameT>& frames)
     return ids;
 }
 
+// Frames as "id len lost data", in hex.
+QStringList describe(const std::vector<TessFrameT>& frames)
+{
+    QStringList lines;
+    for (const TessFrameT& f : frames) {
+        lines << QStringLiteral("%1 %2 %3 %4")
+                     .arg(f.id, 0, 16)
+                     .arg(f.len, 0, 16)
+                     .arg(f.lost)
+                     .arg(QString::fromLatin1(QByteArray(reinterpret_cast<const char*>(f.data), 8).toHex()));
+    }
+    return lines;
+}
+
 uint64_t ioctlValue(int handle, int code, int* result)
 {
     uint64_t value = 0;
@@ -101,31 +123,6 @@ private slots:
     {
         // Leaves no thread of the driver running at exit.
         configure("");
-    }
-
-    void recordLayout_data()
-    {
-        QTest::addColumn<size_t>("actual");
-        QTest::addColumn<size_t>("expected");
-        QTest::newRow("TessFrame size") << sizeof(TessFrame) << size_t(16);
-        QTest::newRow("TessFrame.len") << offsetof(TessFrame, len) << size_t(4);
-        QTest::newRow("TessFrame.lost") << offsetof(TessFrame, lost) << size_t(5);
-        QTest::newRow("TessFrame.data") << offsetof(TessFrame, data) << size_t(8);
-        QTest::newRow("TessFrameT size") << sizeof(TessFrameT) << size_t(24);
-        QTest::newRow("TessFrameT.lost") << offsetof(TessFrameT, lost) << size_t(5);
-        QTest::newRow("TessFrameT.data") << offsetof(TessFrameT, data) << size_t(8);
-        QTest::newRow("TessFrameT.timestamp") << offsetof(TessFrameT, timestamp) << size_t(16);
-        QTest::newRow("TessStatus size") << sizeof(TessStatus) << size_t(28);
-        QTest::newRow("TessStatus.boardStatus") << offsetof(TessStatus, boardStatus) << size_t(8);
-        QTest::newRow("TessStatus.boardName") << offsetof(TessStatus, boardName) << size_t(12);
-        QTest::newRow("TessStatus.features") << offsetof(TessStatus, features) << size_t(26);
-    }
-
-    void recordLayout()
-    {
-        QFETCH(size_t, actual);
-        QFETCH(size_t, expected);
-        QCOMPARE(actual, expected);
     }
 
     void openFails_data()
@@ -192,27 +189,29 @@ private slots:
         QVERIFY(tessTestHandleBaud(h, nullptr) != 0);
         QCOMPARE(tessTestOpenHandles(7), -1);
         QCOMPARE(tessTestOpenHandles(-3), -1);
+        QVERIFY(tessTestSetFailure(0, 0, 1) != 0);
+        QVERIFY(tessTestSetFailure(0, 7, 1) != 0);
+        QVERIFY(tessTestSetFailure(0, TESS_TEST_FAIL_READ, -2) != 0);
+        QVERIFY(tessTestSetFailure(3, TESS_TEST_FAIL_READ, 1) != 0);
+        QVERIFY(tessTestWaitForReaders(5, 1, 20) != 0);
+        QCOMPARE(tessTestWaitForReaders(0, 1, 20), TESS_ERR_TIMEOUT);
         QCOMPARE(tessClose(h), 0);
     }
 
     void filters_data()
     {
-        QTest::addColumn<std::vector<uint32_t>>("added");
-        QTest::addColumn<std::vector<uint32_t>>("expected");
+        using Ids = std::vector<uint32_t>;
+        QTest::addColumn<Ids>("added");
+        QTest::addColumn<Ids>("expected");
         // Injected on every row, in this order.
-        const std::vector<uint32_t> none;
-        QTest::newRow("nothing before the first id") << none << none;
-        QTest::newRow("11-bit 0x123 only") << std::vector<uint32_t>{0x123} << std::vector<uint32_t>{0x123};
-        QTest::newRow("29-bit 0x123 only")
-            << std::vector<uint32_t>{0x123 | k29} << std::vector<uint32_t>{0x123 | k29};
-        QTest::newRow("both 0x123") << std::vector<uint32_t>{0x123 | k29, 0x123}
-                                    << std::vector<uint32_t>{0x123, 0x123 | k29};
-        QTest::newRow("several ids add up") << std::vector<uint32_t>{0x7FF, 0x18FEF100 | k29, 0x000}
-                                            << std::vector<uint32_t>{0x000, 0x7FF, 0x18FEF100 | k29};
-        QTest::newRow("largest 29-bit id")
-            << std::vector<uint32_t>{0x1FFFFFFF | k29} << std::vector<uint32_t>{0x1FFFFFFF | k29};
-        QTest::newRow("id added twice")
-            << std::vector<uint32_t>{0x124, 0x124} << std::vector<uint32_t>{0x124};
+        QTest::newRow("nothing before the first id") << Ids() << Ids();
+        QTest::newRow("11-bit 0x123 only") << Ids{0x123} << Ids{0x123};
+        QTest::newRow("29-bit 0x123 only") << Ids{0x123 | k29} << Ids{0x123 | k29};
+        QTest::newRow("both 0x123") << Ids{0x123 | k29, 0x123} << Ids{0x123, 0x123 | k29};
+        QTest::newRow("several ids add up")
+            << Ids{0x7FF, 0x18FEF100 | k29, 0x000} << Ids{0x000, 0x7FF, 0x18FEF100 | k29};
+        QTest::newRow("largest 29-bit id") << Ids{0x1FFFFFFF | k29} << Ids{0x1FFFFFFF | k29};
+        QTest::newRow("id added twice") << Ids{0x124, 0x124} << Ids{0x124};
     }
 
     void filters()
@@ -235,82 +234,61 @@ private slots:
         QCOMPARE(idsOf(drain(h)), expected);
     }
 
-    void idAddRejectsInvalidIds_data()
+    void idAdd_data()
     {
+        QTest::addColumn<QByteArray>("features"); // empty: the default
         QTest::addColumn<qint64>("id");
         QTest::addColumn<bool>("accepted");
-        QTest::newRow("0x7FF") << qint64(0x7FF) << true;
-        QTest::newRow("0x800 without 29-bit flag") << qint64(0x800) << false;
-        QTest::newRow("negative") << qint64(-1) << false;
-        QTest::newRow("0x1FFFFFFF flagged") << qint64(0x3FFFFFFF) << true;
-        QTest::newRow("bit 30 set") << qint64(0x40000123) << false;
-        QTest::newRow("RTR-like flag bit") << qint64(0x80000123) << false;
+        QTest::newRow("0x7FF") << QByteArray() << qint64(0x7FF) << true;
+        QTest::newRow("0x800 without 29-bit flag") << QByteArray() << qint64(0x800) << false;
+        QTest::newRow("negative") << QByteArray() << qint64(-1) << false;
+        QTest::newRow("0x1FFFFFFF flagged") << QByteArray() << qint64(0x3FFFFFFF) << true;
+        QTest::newRow("bit 30 set") << QByteArray() << qint64(0x40000123) << false;
+        QTest::newRow("RTR-like flag bit") << QByteArray() << qint64(0x80000123) << false;
+        QTest::newRow("29-bit without 2b") << QByteArray("Fc,Ts") << qint64(0x123 | k29) << false;
+        QTest::newRow("11-bit without 2b") << QByteArray("Fc,Ts") << qint64(0x123) << true;
+        QTest::newRow("29-bit with 2b alone") << QByteArray("2b") << qint64(0x123 | k29) << true;
     }
 
-    void idAddRejectsInvalidIds()
+    void idAdd()
     {
+        QFETCH(QByteArray, features);
         QFETCH(qint64, id);
         QFETCH(bool, accepted);
-        configure("net 0 virtual\n");
+        configure("net 0 virtual" + (features.isEmpty() ? QByteArray() : " features=" + features) + "\n");
         const int h = openHandle(0);
         QCOMPARE(tessIdAdd(h, static_cast<int32_t>(static_cast<uint32_t>(id))) == 0, accepted);
     }
 
-    void twentyNineBitNeedsTheFeature()
+    void handlesOnOneNet()
     {
-        configure("net 0 virtual features=Fc,Ts\nnet 1 virtual features=2b\n");
-        const int h0 = openHandle(0);
-        QVERIFY(tessIdAdd(h0, static_cast<int32_t>(0x123 | k29)) != 0);
-        QCOMPARE(tessIdAdd(h0, 0x123), 0);
-        const int h1 = openHandle(1);
-        QCOMPARE(tessIdAdd(h1, static_cast<int32_t>(0x123 | k29)), 0);
-    }
-
-    void twoHandlesWithDifferentIds()
-    {
+        // Each handle gets the frames of its own ids, whole and in order;
+        // an id both admit goes to both.
         configure("net 0 virtual\n");
         const int a = openHandle(0);
         const int b = openHandle(0);
         QVERIFY(a != b);
         QCOMPARE(tessTestOpenHandles(0), 2);
-        QCOMPARE(tessIdAdd(a, 0x100), 0);
-        QCOMPARE(tessIdAdd(b, static_cast<int32_t>(0x200 | k29)), 0);
-        const TessFrame frames[] = {frame(0x100, {1}), frame(0x200 | k29, {2}), frame(0x200, {3}),
-                                    frame(0x100, {4})};
-        QCOMPARE(tessTestInject(0, frames, 4), 0);
-        const auto fromA = drain(a);
-        const auto fromB = drain(b);
-        QCOMPARE(idsOf(fromA), (std::vector<uint32_t>{0x100, 0x100}));
-        QCOMPARE(int(fromA[0].data[0]), 1);
-        QCOMPARE(int(fromA[1].data[0]), 4);
-        QCOMPARE(idsOf(fromB), (std::vector<uint32_t>{0x200 | k29}));
-        QCOMPARE(int(fromB[0].data[0]), 2);
-    }
-
-    void everyHandleGetsEveryFrameOfItsId()
-    {
-        configure("net 0 virtual\n");
-        const int a = openHandle(0);
-        const int b = openHandle(0);
-        tessIdAdd(a, 0x321);
-        tessIdAdd(b, 0x321);
-        std::vector<TessFrame> sent;
-        for (uint8_t i = 0; i < 5; ++i)
+        for (uint32_t id : {0x100u, 0x321u})
+            QCOMPARE(tessIdAdd(a, static_cast<int32_t>(id)), 0);
+        for (uint32_t id : {0x200u | k29, 0x321u})
+            QCOMPARE(tessIdAdd(b, static_cast<int32_t>(id)), 0);
+        std::vector<TessFrame> sent = {frame(0x100, {1}), frame(0x200 | k29, {2}), frame(0x200, {3}),
+                                       frame(0x100, {4, 5})};
+        QStringList forA{"100 1 0 0100000000000000", "100 2 0 0405000000000000"};
+        QStringList forB{"20000200 1 0 0200000000000000"};
+        for (uint8_t i = 0; i < 5; ++i) {
             sent.push_back(frame(0x321, {i, uint8_t(i * 3), 0xAA, 0x55, 1, 2, 3, uint8_t(255 - i)}));
-        QCOMPARE(tessTestInject(0, sent.data(), 5), 0);
-        for (int h : {a, b}) {
-            TessFrame got[8];
-            int count = 8;
-            QCOMPARE(tessRead(h, got, &count, nullptr), 0);
-            QCOMPARE(count, 5);
-            for (int i = 0; i < 5; ++i) {
-                QCOMPARE(got[i].id, sent[i].id);
-                QCOMPARE(got[i].len, uint8_t(8));
-                QCOMPARE(got[i].lost, uint8_t(0));
-                QCOMPARE(QByteArray(reinterpret_cast<const char*>(got[i].data), 8),
-                         QByteArray(reinterpret_cast<const char*>(sent[i].data), 8));
-            }
+            const QString line = QStringLiteral("321 8 0 %1%2aa55010203%3")
+                                     .arg(i, 2, 16, QLatin1Char('0'))
+                                     .arg(i * 3, 2, 16, QLatin1Char('0'))
+                                     .arg(255 - i, 2, 16, QLatin1Char('0'));
+            forA << line;
+            forB << line;
         }
+        QCOMPARE(tessTestInject(0, sent.data(), int(sent.size())), 0);
+        QCOMPARE(describe(drain(a)), forA);
+        QCOMPARE(describe(drain(b)), forB);
     }
 
     void readFillsAtMostCount()
@@ -335,21 +313,32 @@ private slots:
         QCOMPARE(int(got[0].data[0]), 3);
     }
 
-    void closeReleasesBlockedRead()
+    void blockedRead()
     {
+        // A read without a time limit wakes for injected frames, then blocks
+        // again until the handle is closed under it.
         configure("net 0 virtual\n");
-        const int h = openHandle(0, 2047, 0); // waits without limit
-        QCOMPARE(tessIdAdd(h, 0x100), 0);
+        const int h = openHandle(0, 2047, 0);
+        QCOMPARE(tessIdAdd(h, 0x55), 0);
+        std::atomic<int> firstCount{-1};
         std::atomic<bool> done{false};
         std::atomic<int> result{0};
         std::atomic<int> count{-1};
         std::thread reader([&] {
-            TessFrameT frames[2047];
-            int n = 2047;
-            result = tessReadT(h, frames, &n, nullptr);
+            TessFrame frames[16];
+            int n = 16;
+            if (tessRead(h, frames, &n, nullptr) == 0)
+                firstCount = n;
+            TessFrameT framesT[2047];
+            n = 2047;
+            result = tessReadT(h, framesT, &n, nullptr);
             count = n;
             done = true;
         });
+        QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+        const TessFrame frames[] = {frame(0x55, {1}), frame(0x55, {2})};
+        QCOMPARE(tessTestInject(0, frames, 2), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(firstCount.load(), 2, 2000);
         QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
         QVERIFY(!done);
         QCOMPARE(tessClose(h), 0);
@@ -358,33 +347,6 @@ private slots:
         QVERIFY(result != 0);
         QCOMPARE(count.load(), 0);
         QCOMPARE(tessTestOpenHandles(0), 0);
-    }
-
-    void blockedReadGetsInjectedFrames()
-    {
-        configure("net 0 virtual\n");
-        const int h = openHandle(0, 2047, 0);
-        tessIdAdd(h, 0x55);
-        std::atomic<int> count{-1};
-        std::thread reader([&] {
-            TessFrame frames[16];
-            int n = 16;
-            if (tessRead(h, frames, &n, nullptr) == 0)
-                count = n;
-        });
-        QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
-        const TessFrame frames[] = {frame(0x55, {1}), frame(0x55, {2})};
-        QCOMPARE(tessTestInject(0, frames, 2), 0);
-        reader.join();
-        QCOMPARE(count.load(), 2);
-        tessClose(h);
-    }
-
-    void waitForReadersTimesOut()
-    {
-        configure("net 0 virtual\n");
-        QCOMPARE(tessTestWaitForReaders(0, 1, 20), TESS_ERR_TIMEOUT);
-        QVERIFY(tessTestWaitForReaders(5, 1, 20) != 0);
     }
 
     void closedHandleFailsAndNumbersAreNotReused()
@@ -585,24 +547,20 @@ private slots:
         QTest::addColumn<int>("features");
         QTest::addColumn<int>("hardwareVersion");
         QTest::addColumn<quint64>("frequency"); // 0: the ioctls fail
-        QTest::newRow("plain") << QByteArray("net 0 virtual") << QByteArray("VIRTUAL_CAN") << 0x23 << 0x0100
-                               << quint64(1000000);
-        QTest::newRow("demo") << QByteArray("net 0 virtual demo") << QByteArray("DEMO_CAN") << 0x23 << 0x0100
-                              << quint64(1000000);
-        QTest::newRow("named, no 29-bit") << QByteArray("net 0 virtual demo name=BENCH_CAN features=Fc,Ts")
-                                          << QByteArray("BENCH_CAN") << 0x21 << 0x0100 << quint64(1000000);
-        QTest::newRow("no timestamps") << QByteArray("net 0 virtual features=Fc,2b")
-                                       << QByteArray("VIRTUAL_CAN") << 0x03 << 0x0100 << quint64(0);
-        QTest::newRow("features as number") << QByteArray("net 0 virtual features=0x01")
-                                            << QByteArray("VIRTUAL_CAN") << 0x01 << 0x0100 << quint64(0);
-        QTest::newRow("all options") << QByteArray(
-                                            "net 0 virtual features=Fc,2b,Ts,Lo,Sd tsfreq=100000 hw=0x0203")
-                                     << QByteArray("VIRTUAL_CAN") << 0xE3 << 0x0203 << quint64(100000);
-        QTest::newRow("long name cut to 13")
-            << QByteArray("net 0 virtual name=ABCDEFGHIJKLMNOPQ") << QByteArray("ABCDEFGHIJKLM") << 0x23
-            << 0x0100 << quint64(1000000);
-        QTest::newRow("replay") << QByteArray("net 0 replay " VISTREL_TEST_DATA_DIR "/replay-small.log")
-                                << QByteArray("REPLAY_CAN") << 0x23 << 0x0100 << quint64(1000000);
+        const auto row = [](const char* name, const QByteArray& config, const char* board, int features,
+                            quint64 frequency, int hardware = 0x0100) {
+            QTest::newRow(name) << config << QByteArray(board) << features << hardware << frequency;
+        };
+        row("plain", "net 0 virtual", "VIRTUAL_CAN", 0x23, 1000000);
+        row("demo", "net 0 virtual demo", "DEMO_CAN", 0x23, 1000000);
+        row("named, no 29-bit", "net 0 virtual demo name=BENCH_CAN features=Fc,Ts", "BENCH_CAN", 0x21,
+            1000000);
+        row("no timestamps", "net 0 virtual features=Fc,2b", "VIRTUAL_CAN", 0x03, 0);
+        row("features as number", "net 0 virtual features=0x01", "VIRTUAL_CAN", 0x01, 0);
+        row("all options", "net 0 virtual features=Fc,2b,Ts,Lo,Sd tsfreq=100000 hw=0x0203", "VIRTUAL_CAN",
+            0xE3, 100000, 0x0203);
+        row("long name cut to 13", "net 0 virtual name=ABCDEFGHIJKLMNOPQ", "ABCDEFGHIJKLM", 0x23, 1000000);
+        row("replay", "net 0 replay " VISTREL_TEST_DATA_DIR "/replay-small.log", "REPLAY_CAN", 0x23, 1000000);
     }
 
     void status()
@@ -754,55 +712,39 @@ private slots:
         QCOMPARE(call(fresh, 0), 0);
     }
 
-    void failureInjectionRejectsBadArguments()
-    {
-        configure("net 0 virtual\n");
-        QVERIFY(tessTestSetFailure(0, 0, 1) != 0);
-        QVERIFY(tessTestSetFailure(0, 7, 1) != 0);
-        QVERIFY(tessTestSetFailure(0, TESS_TEST_FAIL_READ, -2) != 0);
-        QVERIFY(tessTestSetFailure(3, TESS_TEST_FAIL_READ, 1) != 0);
-    }
-
     void configurationErrors_data()
     {
         QTest::addColumn<QByteArray>("badLine");
         QTest::addColumn<QByteArray>("message");
-        QTest::newRow("duplicate net") << QByteArray("net 0 virtual name=SECOND") << QByteArray("twice");
-        QTest::newRow("net 256") << QByteArray("net 256 virtual") << QByteArray("bad net number");
-        QTest::newRow("net -1") << QByteArray("net -1 virtual") << QByteArray("bad net number");
-        QTest::newRow("net not a number") << QByteArray("net x virtual") << QByteArray("bad net number");
-        QTest::newRow("net in hex") << QByteArray("net 0X5 virtual") << QByteArray("bad net number");
-        QTest::newRow("no net number") << QByteArray("net") << QByteArray("bad net number");
-        QTest::newRow("no backend") << QByteArray("net 5") << QByteArray("no backend");
-        QTest::newRow("unknown backend") << QByteArray("net 5 pcan usb1") << QByteArray("unknown backend");
-        QTest::newRow("not a net line") << QByteArray("bus 5 virtual") << QByteArray("expected 'net");
-        QTest::newRow("unknown option")
-            << QByteArray("net 5 virtual colour=red") << QByteArray("unknown option");
-        QTest::newRow("bare word") << QByteArray("net 5 virtual fast") << QByteArray("unknown option");
-        QTest::newRow("unknown feature")
-            << QByteArray("net 5 virtual features=Fc,Xy") << QByteArray("features");
-        QTest::newRow("features too large")
-            << QByteArray("net 5 virtual features=0x10000") << QByteArray("features");
-        QTest::newRow("tsfreq 0") << QByteArray("net 5 virtual tsfreq=0") << QByteArray("tsfreq");
-        QTest::newRow("tsfreq junk") << QByteArray("net 5 virtual tsfreq=1MHz") << QByteArray("tsfreq");
-        QTest::newRow("hw too large") << QByteArray("net 5 virtual hw=0x12345") << QByteArray("hw");
-        QTest::newRow("replay without file") << QByteArray("net 5 replay") << QByteArray("needs a log");
-        QTest::newRow("replay missing file")
-            << QByteArray("net 5 replay nowhere.log") << QByteArray("nowhere.log");
-        QTest::newRow("replay negative speed")
-            << QByteArray("net 5 replay " VISTREL_TEST_DATA_DIR "/replay-small.log speed=-1")
-            << QByteArray("speed");
-        QTest::newRow("replay speed junk")
-            << QByteArray("net 5 replay " VISTREL_TEST_DATA_DIR "/replay-small.log speed=fast")
-            << QByteArray("speed");
-        QTest::newRow("replay bad loop")
-            << QByteArray("net 5 replay " VISTREL_TEST_DATA_DIR "/replay-small.log loop=2")
-            << QByteArray("loop");
-        QTest::newRow("replay demo option")
-            << QByteArray("net 5 replay " VISTREL_TEST_DATA_DIR "/replay-small.log demo")
-            << QByteArray("unknown option");
-        QTest::newRow("socketcan without interface")
-            << QByteArray("net 5 socketcan") << QByteArray("interface");
+#define REPLAY_SMALL "net 5 replay " VISTREL_TEST_DATA_DIR "/replay-small.log"
+        const char* const rows[][3] = {
+            {"duplicate net", "net 0 virtual name=SECOND", "twice"},
+            {"net 256", "net 256 virtual", "bad net number"},
+            {"net -1", "net -1 virtual", "bad net number"},
+            {"net not a number", "net x virtual", "bad net number"},
+            {"net in hex", "net 0X5 virtual", "bad net number"},
+            {"no net number", "net", "bad net number"},
+            {"no backend", "net 5", "no backend"},
+            {"unknown backend", "net 5 pcan usb1", "unknown backend"},
+            {"not a net line", "bus 5 virtual", "expected 'net"},
+            {"unknown option", "net 5 virtual colour=red", "unknown option"},
+            {"bare word", "net 5 virtual fast", "unknown option"},
+            {"unknown feature", "net 5 virtual features=Fc,Xy", "features"},
+            {"features too large", "net 5 virtual features=0x10000", "features"},
+            {"tsfreq 0", "net 5 virtual tsfreq=0", "tsfreq"},
+            {"tsfreq junk", "net 5 virtual tsfreq=1MHz", "tsfreq"},
+            {"hw too large", "net 5 virtual hw=0x12345", "hw"},
+            {"replay without file", "net 5 replay", "needs a log"},
+            {"replay missing file", "net 5 replay nowhere.log", "nowhere.log"},
+            {"replay negative speed", REPLAY_SMALL " speed=-1", "speed"},
+            {"replay speed junk", REPLAY_SMALL " speed=fast", "speed"},
+            {"replay bad loop", REPLAY_SMALL " loop=2", "loop"},
+            {"replay demo option", REPLAY_SMALL " demo", "unknown option"},
+            {"socketcan without interface", "net 5 socketcan", "interface"},
+        };
+#undef REPLAY_SMALL
+        for (const auto& row : rows)
+            QTest::newRow(row[0]) << QByteArray(row[1]) << QByteArray(row[2]);
     }
 
     void configurationErrors()
