@@ -211,3 +211,22 @@ bool CosmeticStroke::line(double rx1, double ry1, double rx2, double ry2, int ca
     lastPixel = lastOfLine;
     return didDraw;
 }
+
+int CosmeticStroke::steepColumn(const QPoint& top, const QPoint& bottom, int row, bool capped)
+{
+    int a1 = top.y() * 64;
+    const int inc = fixedDiv16((bottom.x() - top.x()) * 64, (bottom.y() - top.y()) * 64);
+    int c = top.x() * 64 * (1 << 10);
+    if (capped) {
+        a1 -= 32;
+        c -= inc >> 1;
+    }
+    const int a = (a1 + 32) >> 6;
+    c += ((a * (1 << 6)) + (inc > 0 ? 32 : 0) - a1) * inc >> 6;
+    return (c + (row - a) * inc) >> 16;
+}
+
+bool CosmeticStroke::nearlyVertical(const QPoint& top, const QPoint& bottom)
+{
+    return std::abs(fixedDiv16((bottom.x() - top.x()) * 64, (bottom.y() - top.y()) * 64)) < (1 << 14);
+}

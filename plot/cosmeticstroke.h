@@ -34,6 +34,14 @@ public:
     // Appends the pixels it sets in rows top to bottom to out.
     void lineTo(const QPointF& p, bool end, int top, int bottom, std::vector<QPoint>* out);
 
+    // For a steep line between whole pixels, top above bottom: the column
+    // of its pixel in row, before a join moves it. capped: the line starts
+    // at top with a cap, as after a line that went the other way.
+    static int steepColumn(const QPoint& top, const QPoint& bottom, int row, bool capped);
+    // Whether Qt counts that line as vertical when it looks for gaps at a
+    // join.
+    static bool nearlyVertical(const QPoint& top, const QPoint& bottom);
+
 private:
     enum Direction { NoDirection = 0, Down = 1, Up = 2, Vertical = 3, Right = 4, Left = 8, Horizontal = 12 };
     enum Caps { NoCaps = 0, CapBegin = 1, CapEnd = 2 };

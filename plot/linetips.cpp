@@ -47,8 +47,8 @@ bool clipAsQwt(QPointF& a, QPointF& b, const QRectF& rect)
 
 LineTips::LineTips(const PixelColumns& columns, const QRect& device, const QPoint& toDevice,
                    const QRectF* clipRect, bool squareCaps, int first, int last)
-    : columns(columns), toDevice(toDevice), clipRect(clipRect), first(first), last(last),
-      stroke(device, squareCaps)
+    : columns(columns), device(device.translated(-toDevice)), toDevice(toDevice), clipRect(clipRect),
+      first(first), last(last), stroke(device, squareCaps)
 {}
 
 bool LineTips::inside(const QPointF& p) const
@@ -74,6 +74,109 @@ int LineTips::nextVertex(const double* x, const double* y, int i, const QPointF&
             return k;
     }
     return -1;
+}
+
+bool LineTips::settle(const double* y, const std::vector<ColumnRun>& runs, int r, int from, int to, bool top,
+                      bool atStart)
+{
+    const ColumnRun& run = runs[size_t(r)];
+    const int count = int(runs.size());
+    // The vertex of sample i, where it ends or starts column k.
+    const auto vertexOf = [&runs](int k, bool last) {
+        const ColumnRun& c = runs[size_t(k)];
+        return QPointF(c.x, last ? c.last : c.first);
+    };
+    // At the start of a column the line from the column before comes in
+    // and one within the column goes on; at its end the other way round.
+    const int inner = atStart ? to + 1 : from - 1;
+    const int outer = atStart ? from - 1 : to + 1;
+    if (inner < run.begin || inner > run.end || outer <= first || outer >= last || (atStart && r == 0) ||
+        (!atStart && r + 1 >= count))
+        return false;
+    const QPointF tipAt(run.x, top ? run.low : run.high);
+    // The columns lie side by side in the order of the samples.
+    const QPointF outerAt = atStart ? vertexOf(r - 1, true) : vertexOf(r + 1, false);
+    const auto onDevice = [this](const QPointF& p) {
+        return p.x() > device.left() && p.x() < device.right() && p.y() > device.top() &&
+               p.y() < device.bottom();
+    };
+    // The tip lies in the canvas, and so within the cut and the device.
+    if (!inside(outerAt) || !onDevice(outerAt))
+        return false;
+    const QPoint tip = tipAt.toPoint();
+    const QPoint other = outerAt.toPoint();
+    // A line of one row down to a bottom may set the bottom after all,
+    // when the line before it ended on its first pixel.
+    if (!top && !atStart && std::abs(int(columns.lineRow(y[inner])) - tip.y()) < 2)
+        return false;
+
+    traced.clear();
+    const int dx = other.x() - tip.x();
+    const int dy = other.y() - tip.y();
+    if (std::abs(dx) >= std::abs(dy)) {
+        // A flat line to the column beside sets one pixel, in the column
+        // it starts from going right and in the one it ends in going left.
+        // Farther columns are left to the trace.
+        if (std::abs(dx) != 1)
+            return false;
+        if (atStart) {
+            // From the right, its pixel is the tip, unless the line before
+            // it ran flat leftwards too, which may shift it by half a row.
+            if (dx != 1 || outer - 1 < first)
+                return false;
+            const ColumnRun& beside = runs[size_t(r - 1)];
+            QPointF before;
+            if (outer - 1 >= beside.begin)
+                before = QPointF(beside.x, columns.lineRow(y[outer - 1]));
+            else if (r >= 2)
+                before = vertexOf(r - 2, true);
+            else
+                return false;
+            if (before == outerAt || std::abs(before.x() - outerAt.x()) >= std::abs(before.y() - outerAt.y()))
+                return false;
+            traced.push_back(tip);
+            return true;
+        }
+        // Out of the column: going right it starts on the tip; going left
+        // it sets the other column only, and Qt adds the tip as a missing
+        // pixel unless the bottom's line came down right beside it.
+        if (dx == 1 || top || dy != -1)
+            traced.push_back(tip);
+        return true;
+    }
+    // The top of a column, and a bottom that the line from the other
+    // column reaches going up or leaves going down: Qt sets the tip and
+    // nothing beyond it.
+    if (top || other.y() > tip.y()) {
+        traced.push_back(tip);
+        return true;
+    }
+    // A bottom where the line turns back up to the other column. Qt looks
+    // at the pixel where the line down ended and the one where the line up
+    // starts; where they aren't in line it adds a pixel below the tip.
+    const bool vertical = CosmeticStroke::nearlyVertical(other, tip);
+    const auto gap = [vertical](int above, int below) {
+        return (vertical && above != below) || std::abs(above - below) > 1;
+    };
+    if (atStart) {
+        // Down from the other column; whether that line started with a cap
+        // depends on the line before it, which may move its last pixel.
+        const int above = CosmeticStroke::steepColumn(other, tip, tip.y() - 1, false);
+        if (above != CosmeticStroke::steepColumn(other, tip, tip.y() - 1, true))
+            return false;
+        traced.push_back(tip);
+        if (gap(above, tip.x()))
+            traced.push_back(tip + QPoint(0, 1));
+    } else {
+        // Down within the column, then up to the other one, which starts in
+        // the tip's row wherever its steps put it.
+        const int start = CosmeticStroke::steepColumn(other, tip, tip.y(), false);
+        traced.push_back(QPoint(start, tip.y()));
+        if (gap(tip.x(), start))
+            traced.push_back(
+                QPoint(CosmeticStroke::steepColumn(other, tip, tip.y() + 1, false), tip.y() + 1));
+    }
+    return true;
 }
 
 void LineTips::trace(const double* x, const double* y, int i, int row)
@@ -149,6 +252,15 @@ void LineTips::apply(const double* x, const double* y, std::vector<ColumnRun>& r
     // the columns beside it, pixels within r, which it has anyway, and
     // maybe pixels beyond.
     const auto take = [&](int r) {
+        // Mostly just the tip itself.
+        const ColumnRun& own = runs[size_t(r)];
+        if (traced.size() == 1 && traced.front().x() == own.x &&
+            (traced.front().y() == own.low || traced.front().y() == own.high)) {
+            tipsDrawn[size_t(r)] |= traced.front().y() == own.low ? LowDrawn : HighDrawn;
+            if (own.low == own.high)
+                tipsDrawn[size_t(r)] |= HighDrawn;
+            return;
+        }
         for (const QPoint& p : traced) {
             bool known = false;
             for (int k = std::max(0, r - 1); k <= std::min(count - 1, r + 1); ++k) {
@@ -174,8 +286,9 @@ void LineTips::apply(const double* x, const double* y, std::vector<ColumnRun>& r
         for (int end = 0; end < (run.low == run.high ? 1 : 2); ++end) {
             const double row = end == 0 ? run.low : run.high;
             const double value = end == 0 ? run.lowValue : run.highValue;
+            const unsigned char flag = end == 0 ? LowDrawn : HighDrawn;
             if (row < visible.top() || row > visible.bottom()) {
-                tipsDrawn[size_t(r)] |= end == 0 ? LowDrawn : HighDrawn;
+                tipsDrawn[size_t(r)] |= flag;
                 continue;
             }
             // Lines within the column are vertical; one that comes to the
@@ -183,17 +296,21 @@ void LineTips::apply(const double* x, const double* y, std::vector<ColumnRun>& r
             // nothing beyond it. Only where a line to or from the tip
             // leaves the column is there more to find out.
             int i = run.begin;
-            if (rowOf(i) == row) {
-                trace(x, y, i, int(row));
+            if (run.first == row) {
+                int to = i;
+                while (to < run.end && rowOf(to + 1) == row)
+                    ++to;
+                if (!settle(y, runs, r, i, to, end == 0, true))
+                    trace(x, y, i, int(row));
                 take(r);
-                while (i < run.end && rowOf(i + 1) == row)
-                    ++i;
+                i = to;
             }
             int k = run.end;
-            if (k > i && rowOf(k) == row) {
+            if (k > i && run.last == row) {
                 while (k - 1 > i && rowOf(k - 1) == row)
                     --k;
-                trace(x, y, k, int(row));
+                if (!settle(y, runs, r, k, run.end, end == 0, false))
+                    trace(x, y, k, int(row));
                 take(r);
             }
             // Mostly the extreme value itself lies in between; otherwise
@@ -205,9 +322,10 @@ void LineTips::apply(const double* x, const double* y, std::vector<ColumnRun>& r
                 }
                 return false;
             };
-            if (onTip(i + 1, k, [&](int j) { return y[j] == value; }) ||
-                onTip(i + 1, k, [&](int j) { return rowOf(j) == row; }))
-                tipsDrawn[size_t(r)] |= end == 0 ? LowDrawn : HighDrawn;
+            if ((tipsDrawn[size_t(r)] & flag) == 0 &&
+                (onTip(i + 1, k, [&](int j) { return y[j] == value; }) ||
+                 onTip(i + 1, k, [&](int j) { return rowOf(j) == row; })))
+                tipsDrawn[size_t(r)] |= flag;
         }
     }
 

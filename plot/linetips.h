@@ -44,12 +44,19 @@ private:
     // The pixels in rows around row that Qt sets on the lines to and from
     // the vertex of sample i, into traced.
     void trace(const double* x, const double* y, int i, int row);
+    // The joins at a tip that the stroker's rules settle without tracing:
+    // the tip's group of samples from..to starts or ends its column, one
+    // line stays in the column and a steep one leaves it. Puts what Qt
+    // sets around the tip into traced; false for any other case.
+    bool settle(const double* y, const std::vector<ColumnRun>& runs, int r, int from, int to, bool top,
+                bool atStart);
     // The samples before and after i whose vertex isn't at.
     int previousVertex(const double* x, const double* y, int i, const QPointF& at) const;
     int nextVertex(const double* x, const double* y, int i, const QPointF& at) const;
     bool inside(const QPointF& p) const;
 
     const PixelColumns& columns;
+    const QRect device; // in the painter's coordinates
     const QPoint toDevice;
     const QRectF* const clipRect;
     const int first;

@@ -43,16 +43,17 @@ struct Series
 };
 
 enum class Shape {
-    Dense,     // 100000 samples over 100 s: noise on a slow wave, with spikes
-    Zigzag,    // every sample jumps between two far values
-    Sparse,    // 40 samples over 100 s
-    Bursts,    // groups of samples with one timestamp
-    WithNaN,   // dense, with not-a-number values here and there
-    Unsorted,  // dense, with the clock set back in the middle
-    BadTimes,  // dense, with times that are not a number or infinite
-    Infinite,  // dense, with infinite values here and there
-    Beyond,    // dense, reaching far beyond the value axis
-    OneSample, // the live point and one sample
+    Dense,             // 100000 samples over 100 s: noise on a slow wave, with spikes
+    Zigzag,            // every sample jumps between two far values
+    ZigzagOldestFirst, // the same, the arrays in the other order
+    Sparse,            // 40 samples over 100 s
+    Bursts,            // groups of samples with one timestamp
+    WithNaN,           // dense, with not-a-number values here and there
+    Unsorted,          // dense, with the clock set back in the middle
+    BadTimes,          // dense, with times that are not a number or infinite
+    Infinite,          // dense, with infinite values here and there
+    Beyond,            // dense, reaching far beyond the value axis
+    OneSample,         // the live point and one sample
     LivePointOnly
 };
 
@@ -104,6 +105,7 @@ Series makeSeries(Shape shape)
         break;
     }
     case Shape::Zigzag:
+    case Shape::ZigzagOldestFirst:
         for (int i = 0; i < 20000; ++i)
             add(0.005 * (i + 1), (i % 2) ? 80.0 : -70.0 + (i % 7));
         break;
@@ -122,8 +124,14 @@ Series makeSeries(Shape shape)
         break;
     }
 
-    // Newest first, behind the live point at 100.05 s.
+    // Newest first, behind the live point at 100.05 s; or the other way
+    // round, which no capture makes, but which turns every join around.
     Series s;
+    if (shape == Shape::ZigzagOldestFirst) {
+        s.x = times;
+        s.y = values;
+        return s;
+    }
     s.x.push_back(100.05);
     s.y.push_back(values.empty() ? 0.0 : values.back());
     for (size_t k = times.size(); k-- > 0;) {
@@ -325,6 +333,7 @@ void TestCurveItem::samePixels_data()
     } shapes[] = {
         {"dense", Shape::Dense},
         {"zigzag", Shape::Zigzag},
+        {"zigzag oldest first", Shape::ZigzagOldestFirst},
         {"sparse", Shape::Sparse},
         {"bursts", Shape::Bursts},
         {"NaN", Shape::WithNaN},
