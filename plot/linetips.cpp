@@ -245,9 +245,46 @@ void LineTips::trace(const double* x, const double* y, int i, int row)
 void LineTips::apply(const double* x, const double* y, std::vector<ColumnRun>& runs, const QRect& visible,
                      std::vector<QPoint>* extra)
 {
-    tipsDrawn.assign(runs.size(), 0);
     outside.clear();
     const int count = int(runs.size());
+    // Qt sets a column's tip unless a line leaves the column right there:
+    // only tips on the column's first or last sample may be left out or
+    // have pixels beside them, and of those, the joins with a steep line
+    // that a top tip has, or a bottom one whose line goes on downwards,
+    // set the tip and nothing else. The other tips start out not drawn and
+    // are looked at below.
+    const auto plain = [&](int r, bool atStart, bool top) {
+        const ColumnRun& run = runs[size_t(r)];
+        const int k = atStart ? r - 1 : r + 1;
+        const int outer = atStart ? run.begin - 1 : run.end + 1;
+        if (run.low == run.high || k < 0 || k >= count || outer <= first || outer >= last)
+            return false;
+        const ColumnRun& beside = runs[size_t(k)];
+        const QPointF other(beside.x, atStart ? beside.last : beside.first);
+        if (!inside(other) || !(other.x() > device.left() && other.x() < device.right() &&
+                                other.y() > device.top() && other.y() < device.bottom()))
+            return false;
+        const double row = top ? run.low : run.high;
+        const double rise = other.y() - row;
+        return std::abs(other.x() - run.x) < std::abs(rise) && (top || rise > 0);
+    };
+    tipsDrawn.assign(runs.size(), LowDrawn | HighDrawn);
+    for (int r = 0; r < count; ++r) {
+        const ColumnRun& run = runs[size_t(r)];
+        if (run.x < visible.left() || run.x > visible.right())
+            continue;
+        for (int end = 0; end < (run.low == run.high ? 1 : 2); ++end) {
+            const bool top = end == 0;
+            const double row = top ? run.low : run.high;
+            if (row < visible.top() || row > visible.bottom())
+                continue;
+            if ((run.first == row && !plain(r, true, top)) || (run.last == row && !plain(r, false, top)))
+                tipsDrawn[size_t(r)] &= top ? ~LowDrawn : ~HighDrawn;
+        }
+    }
+    tipsOpen.resize(tipsDrawn.size());
+    for (size_t r = 0; r < tipsOpen.size(); ++r)
+        tipsOpen[r] = (LowDrawn | HighDrawn) & ~tipsDrawn[r];
     // What the lines around a tip of column r set: the tips of r and of
     // the columns beside it, pixels within r, which it has anyway, and
     // maybe pixels beyond.
@@ -287,10 +324,8 @@ void LineTips::apply(const double* x, const double* y, std::vector<ColumnRun>& r
             const double row = end == 0 ? run.low : run.high;
             const double value = end == 0 ? run.lowValue : run.highValue;
             const unsigned char flag = end == 0 ? LowDrawn : HighDrawn;
-            if (row < visible.top() || row > visible.bottom()) {
-                tipsDrawn[size_t(r)] |= flag;
+            if ((tipsOpen[size_t(r)] & flag) == 0 || (run.low == run.high && end == 1))
                 continue;
-            }
             // Lines within the column are vertical; one that comes to the
             // tip turns back there, and Qt then always sets the tip and
             // nothing beyond it. Only where a line to or from the tip
