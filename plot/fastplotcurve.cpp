@@ -300,9 +300,23 @@ void FastPlotCurve::drawSpans(QPainter* painter, const QRectF& canvasRect, doubl
         *hi = int(std::min(high, bottom));
         return *lo <= *hi;
     };
+    // Made again only when the pen changes, so that a replot allocates
+    // nothing here.
+    if (pen() != pensOf) {
+        pensOf = pen();
+        // Without caps a line leaves out its far end, which the next
+        // column's span covers.
+        flatPen = pensOf;
+        flatPen.setCapStyle(Qt::FlatCap);
+        spanBrush = QBrush(pensOf.color());
+    }
+    // Written straight into the image, a column costs what its pixels cost,
+    // and needn't be cut into runs along the rows.
+    const bool direct = pixelFill.begin(painter, pensOf.color().rgba());
+
     int lo = 0;
     int hi = 0;
-    if (sorted) {
+    if (sorted && !direct) {
         // Columns come one after the other; rows they share become runs.
         columnSpans.clear();
         const bool ascending = runs.front().x <= runs.back().x;
@@ -319,17 +333,6 @@ void FastPlotCurve::drawSpans(QPainter* painter, const QRectF& canvasRect, doubl
         }
     }
 
-    // Made again only when the pen changes, so that a replot allocates
-    // nothing here.
-    if (pen() != pensOf) {
-        pensOf = pen();
-        // Without caps a line leaves out its far end, which the next
-        // column's span covers.
-        flatPen = pensOf;
-        flatPen.setCapStyle(Qt::FlatCap);
-        spanBrush = QBrush(pensOf.color());
-    }
-
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing, false);
     if (!lines.empty()) {
@@ -338,9 +341,15 @@ void FastPlotCurve::drawSpans(QPainter* painter, const QRectF& canvasRect, doubl
     }
     for (const QPoint& pixel : tipPixels)
         spans.emplace_back(pixel, QSize(1, 1));
+    const std::vector<QRect>* painted = &spans;
+    if (direct) {
+        rest.clear();
+        pixelFill.fill(spans.data(), static_cast<int>(spans.size()), &rest);
+        painted = &rest;
+    }
     painter->setPen(Qt::NoPen);
     painter->setBrush(spanBrush);
-    painter->drawRects(spans.data(), static_cast<int>(spans.size()));
+    painter->drawRects(painted->data(), static_cast<int>(painted->size()));
     painter->restore();
 }
 

@@ -2,6 +2,7 @@
 #define FASTPLOTCURVE_H
 
 #include "pixelcolumns.h"
+#include "pixelfill.h"
 #include "rowruns.h"
 
 #include <qwt_plot_curve.h>
@@ -33,7 +34,8 @@
 // that a replot needn't look at every sample to find out.
 // With the pens of a running capture (one pixel wide, opaque, not
 // antialiased) it fills the pixels of the columns and of the lines between
-// them as rectangles (RowRuns), each pixel once; with other pens it hands
+// them, each pixel once: straight into the painter's image where it can
+// (PixelFill), as rectangles (RowRuns) otherwise; with other pens it hands
 // the painter a polyline through each column's first, extreme and last
 // vertices. Whatever that doesn't describe exactly is left to the plain
 // drawing: times or values that aren't finite, symbols, brushes, fitting,
@@ -97,6 +99,8 @@ private:
     mutable std::vector<ColumnSpan> columnSpans;
     mutable RowRuns rowRuns;
     mutable std::vector<QRect> spans;
+    mutable PixelFill pixelFill;
+    mutable std::vector<QRect> rest; // what pixelFill leaves to the painter
     mutable std::vector<QLineF> lines;
     mutable std::vector<QPointF> vertices;
     mutable std::vector<QPoint> tipPixels;
