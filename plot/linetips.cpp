@@ -1,6 +1,7 @@
 #include "linetips.h"
 
 #include <algorithm>
+#include <cmath>
 
 bool clipAsQwt(QPointF& a, QPointF& b, const QRectF& rect)
 {
@@ -252,39 +253,52 @@ void LineTips::apply(const double* x, const double* y, std::vector<ColumnRun>& r
     // have pixels beside them, and of those, the joins with a steep line
     // that a top tip has, or a bottom one whose line goes on downwards,
     // set the tip and nothing else. The other tips start out not drawn and
-    // are looked at below.
-    const auto plain = [&](int r, bool atStart, bool top) {
-        const ColumnRun& run = runs[size_t(r)];
-        const int k = atStart ? r - 1 : r + 1;
-        const int outer = atStart ? run.begin - 1 : run.end + 1;
-        if (run.low == run.high || k < 0 || k >= count || outer <= first || outer >= last)
-            return false;
-        const ColumnRun& beside = runs[size_t(k)];
-        const QPointF other(beside.x, atStart ? beside.last : beside.first);
-        if (!inside(other) || !(other.x() > device.left() && other.x() < device.right() &&
-                                other.y() > device.top() && other.y() < device.bottom()))
-            return false;
-        const double row = top ? run.low : run.high;
-        const double rise = other.y() - row;
-        return std::abs(other.x() - run.x) < std::abs(rise) && (top || rise > 0);
+    // are looked at below. Which are which depends on the data from one
+    // column to the next, so this pass decides without branching.
+    const double clipLeft = clipRect ? clipRect->left() : -HUGE_VAL;
+    const double clipRight = clipRect ? clipRect->right() : HUGE_VAL;
+    const double clipTop = clipRect ? clipRect->top() : -HUGE_VAL;
+    const double clipBottom = clipRect ? clipRect->bottom() : HUGE_VAL;
+    const double deviceLeft = std::max(double(device.left()), std::nextafter(clipLeft, -HUGE_VAL));
+    const double deviceRight = std::min(double(device.right()), std::nextafter(clipRight, HUGE_VAL));
+    const double deviceTop = std::max(double(device.top()), std::nextafter(clipTop, -HUGE_VAL));
+    const double deviceBottom = std::min(double(device.bottom()), std::nextafter(clipBottom, HUGE_VAL));
+    // Within the cut and strictly within the device.
+    const auto inView = [&](double px, double py) {
+        return (px > deviceLeft) & (px < deviceRight) & (py > deviceTop) & (py < deviceBottom);
     };
-    tipsDrawn.assign(runs.size(), LowDrawn | HighDrawn);
+    const auto steep = [](double dx, double rise) { return std::abs(dx) < std::abs(rise); };
+    tipsDrawn.resize(runs.size());
+    openTips.resize(runs.size());
+    size_t open = 0;
     for (int r = 0; r < count; ++r) {
         const ColumnRun& run = runs[size_t(r)];
-        if (run.x < visible.left() || run.x > visible.right())
-            continue;
-        for (int end = 0; end < (run.low == run.high ? 1 : 2); ++end) {
-            const bool top = end == 0;
-            const double row = top ? run.low : run.high;
-            if (row < visible.top() || row > visible.bottom())
-                continue;
-            if ((run.first == row && !plain(r, true, top)) || (run.last == row && !plain(r, false, top)))
-                tipsDrawn[size_t(r)] &= top ? ~LowDrawn : ~HighDrawn;
-        }
+        const ColumnRun& before = runs[size_t(std::max(r - 1, 0))];
+        const ColumnRun& after = runs[size_t(std::min(r + 1, count - 1))];
+        const bool spans = run.low != run.high;
+        const bool fromBefore = spans & (r > 0) & (run.begin - 1 > first) & inView(before.x, before.last);
+        const bool toAfter = spans & (r + 1 < count) & (run.end + 1 < last) & inView(after.x, after.first);
+        const double dxBefore = before.x - run.x;
+        const double dxAfter = after.x - run.x;
+        const bool plainTopStart = fromBefore & steep(dxBefore, before.last - run.low);
+        const bool plainTopEnd = toAfter & steep(dxAfter, after.first - run.low);
+        const bool plainBottomStart =
+            fromBefore & steep(dxBefore, before.last - run.high) & (before.last > run.high);
+        const bool plainBottomEnd =
+            toAfter & steep(dxAfter, after.first - run.high) & (after.first > run.high);
+        const bool column = (run.x >= visible.left()) & (run.x <= visible.right());
+        const bool lowSeen = column & (run.low >= visible.top()) & (run.low <= visible.bottom());
+        const bool highSeen = column & spans & (run.high >= visible.top()) & (run.high <= visible.bottom());
+        const bool lowOpen =
+            lowSeen & (((run.first == run.low) & !plainTopStart) | ((run.last == run.low) & !plainTopEnd));
+        const bool highOpen = highSeen & (((run.first == run.high) & !plainBottomStart) |
+                                          ((run.last == run.high) & !plainBottomEnd));
+        const unsigned char tips = (lowOpen ? LowDrawn : 0) | (highOpen ? HighDrawn : 0);
+        tipsDrawn[size_t(r)] = (LowDrawn | HighDrawn) & ~tips;
+        openTips[open] = {r, tips};
+        open += tips != 0;
     }
-    tipsOpen.resize(tipsDrawn.size());
-    for (size_t r = 0; r < tipsOpen.size(); ++r)
-        tipsOpen[r] = (LowDrawn | HighDrawn) & ~tipsDrawn[r];
+    openTips.resize(open);
     // What the lines around a tip of column r set: the tips of r and of
     // the columns beside it, pixels within r, which it has anyway, and
     // maybe pixels beyond.
@@ -316,15 +330,14 @@ void LineTips::apply(const double* x, const double* y, std::vector<ColumnRun>& r
     };
 
     const auto rowOf = [&](int i) { return columns.lineRow(y[i]); };
-    for (int r = 0; r < count; ++r) {
+    for (const OpenTips& tips : openTips) {
+        const int r = tips.run;
         const ColumnRun& run = runs[size_t(r)];
-        if (run.x < visible.left() || run.x > visible.right())
-            continue;
         for (int end = 0; end < (run.low == run.high ? 1 : 2); ++end) {
             const double row = end == 0 ? run.low : run.high;
             const double value = end == 0 ? run.lowValue : run.highValue;
             const unsigned char flag = end == 0 ? LowDrawn : HighDrawn;
-            if ((tipsOpen[size_t(r)] & flag) == 0 || (run.low == run.high && end == 1))
+            if ((tips.tips & flag) == 0)
                 continue;
             // Lines within the column are vertical; one that comes to the
             // tip turns back there, and Qt then always sets the tip and
@@ -364,10 +377,10 @@ void LineTips::apply(const double* x, const double* y, std::vector<ColumnRun>& r
         }
     }
 
-    for (int r = 0; r < count; ++r) {
+    // Only tips looked at may have been left out.
+    for (const OpenTips& tips : openTips) {
+        const int r = tips.run;
         ColumnRun& run = runs[size_t(r)];
-        if (run.x < visible.left() || run.x > visible.right())
-            continue;
         const bool lowDrawn = tipsDrawn[size_t(r)] & LowDrawn;
         const bool highDrawn = tipsDrawn[size_t(r)] & HighDrawn;
         if (run.low == run.high) {

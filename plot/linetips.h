@@ -65,7 +65,12 @@ private:
     std::vector<QPoint> traced; // what the lines of one tip set
     enum { LowDrawn = 1, HighDrawn = 2 };
     std::vector<unsigned char> tipsDrawn; // per run
-    std::vector<unsigned char> tipsOpen;  // per run: the tips left to look at
+    struct OpenTips
+    {
+        int run;
+        unsigned char tips; // LowDrawn, HighDrawn: the tips left to look at
+    };
+    std::vector<OpenTips> openTips;
     struct TipPixel
     {
         QPoint pixel;

@@ -27,19 +27,6 @@ inline double roundQ(double v)
     return static_cast<double>(qRound(v));
 }
 
-// floor(v + 0.5) for v >= 0, ceil(v - 0.5) below, as Qwt's point mapper
-// rounds; truncation is the one and the other, without a call.
-inline double roundHalfAway(double v)
-{
-    constexpr double whole = 4503599627370496.0; // 2^52: from here on every double is whole
-    if (v >= 0.0) {
-        const double t = v + 0.5;
-        return t < whole ? static_cast<double>(static_cast<int64_t>(t)) : std::floor(t);
-    }
-    const double t = v - 0.5;
-    return t > -whole ? static_cast<double>(static_cast<int64_t>(t)) : std::ceil(t);
-}
-
 // The smallest index in [lo, hi) where holds() is false, or hi; holds() is
 // true on a prefix of the range and false on the rest.
 template <typename Holds> int endOfPrefix(int lo, int hi, Holds holds)
@@ -336,14 +323,4 @@ bool PixelColumns::sticks(const double* x, const double* y, int from, int to, bo
 double PixelColumns::stickRow(double value) const
 {
     return roundQ(yMap.transform(value));
-}
-
-QPointF PixelColumns::lineVertex(double x, double y) const
-{
-    return QPointF(roundHalfAway(xMap.transform(x)), roundHalfAway(yMap.transform(y)));
-}
-
-double PixelColumns::lineRow(double value) const
-{
-    return roundHalfAway(yMap.transform(value));
 }

@@ -5,7 +5,22 @@
 
 #include <QPointF>
 
+#include <cmath>
+#include <cstdint>
 #include <vector>
+
+// floor(v + 0.5) for v >= 0, ceil(v - 0.5) below, as Qwt's point mapper
+// rounds; truncation is the one and the other, without a call.
+inline double roundHalfAway(double v)
+{
+    constexpr double whole = 4503599627370496.0; // 2^52: from here on every double is whole
+    if (v >= 0.0) {
+        const double t = v + 0.5;
+        return t < whole ? static_cast<double>(static_cast<int64_t>(t)) : std::floor(t);
+    }
+    const double t = v - 0.5;
+    return t > -whole ? static_cast<double>(static_cast<int64_t>(t)) : std::ceil(t);
+}
 
 // Order of a time array over an index range.
 enum class TimeOrder { Falling, Rising, Unsorted };
@@ -88,8 +103,11 @@ public:
     double stickRow(double value) const;
 
     // The vertex of a sample as Qwt rounds those of lines, and its row.
-    QPointF lineVertex(double x, double y) const;
-    double lineRow(double value) const;
+    QPointF lineVertex(double x, double y) const
+    {
+        return QPointF(roundHalfAway(xMap.transform(x)), roundHalfAway(yMap.transform(y)));
+    }
+    double lineRow(double value) const { return roundHalfAway(yMap.transform(value)); }
 
 private:
     enum class Rounding {
