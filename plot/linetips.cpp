@@ -268,6 +268,10 @@ void LineTips::apply(const double* x, const double* y, std::vector<ColumnRun>& r
         return (px > deviceLeft) & (px < deviceRight) & (py > deviceTop) & (py < deviceBottom);
     };
     const auto steep = [](double dx, double rise) { return std::abs(dx) < std::abs(rise); };
+    // A flat line to the column beside, at most a row up or down.
+    const auto beside = [](double dx, double rise) {
+        return (std::abs(dx) == 1.0) & (std::abs(rise) <= 1.0);
+    };
     tipsDrawn.resize(runs.size());
     openTips.resize(runs.size());
     size_t open = 0;
@@ -280,12 +284,24 @@ void LineTips::apply(const double* x, const double* y, std::vector<ColumnRun>& r
         const bool toAfter = spans & (r + 1 < count) & (run.end + 1 < last) & inView(after.x, after.first);
         const double dxBefore = before.x - run.x;
         const double dxAfter = after.x - run.x;
-        const bool plainTopStart = fromBefore & steep(dxBefore, before.last - run.low);
-        const bool plainTopEnd = toAfter & steep(dxAfter, after.first - run.low);
+        // A flat line to or from the column beside sets the tip and nothing
+        // beyond it as well; not so at a bottom tip where the line comes in
+        // from the column on the left, or leaves for the left one a row
+        // higher, nor near the ends of the polyline, where the trace of a
+        // column beside may be what sets the tip. Worked out by tracing
+        // every tip of many thousands of random curves both ways round.
+        const bool inner = (r >= 2) & (r + 3 < count);
+        const bool plainTopStart = fromBefore & (steep(dxBefore, before.last - run.low) |
+                                                 (inner & beside(dxBefore, before.last - run.low)));
+        const bool plainTopEnd = toAfter & (steep(dxAfter, after.first - run.low) |
+                                            (inner & beside(dxAfter, after.first - run.low)));
         const bool plainBottomStart =
-            fromBefore & steep(dxBefore, before.last - run.high) & (before.last > run.high);
+            fromBefore & ((steep(dxBefore, before.last - run.high) & (before.last > run.high)) |
+                          (inner & beside(dxBefore, before.last - run.high) & (dxBefore == 1.0)));
         const bool plainBottomEnd =
-            toAfter & steep(dxAfter, after.first - run.high) & (after.first > run.high);
+            toAfter & ((steep(dxAfter, after.first - run.high) & (after.first > run.high)) |
+                       (inner & beside(dxAfter, after.first - run.high) &
+                        !((dxAfter == -1.0) & (after.first - run.high == -1.0))));
         const bool column = (run.x >= visible.left()) & (run.x <= visible.right());
         const bool lowSeen = column & (run.low >= visible.top()) & (run.low <= visible.bottom());
         const bool highSeen = column & spans & (run.high >= visible.top()) & (run.high <= visible.bottom());
