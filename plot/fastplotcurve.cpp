@@ -195,7 +195,7 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
 
     if (QwtPainter::roundingAlignment(painter)) {
         const bool wholePixels = paintsWholePixels(painter);
-        const PixelColumns columns(xMap, yMap, !wholePixels);
+        const PixelColumns columns(xMap, yMap, !wholePixels, &samplePixels);
         bool reduced = false;
         switch (style()) {
         case Lines:
@@ -278,10 +278,10 @@ void FastPlotCurve::drawSpans(QPainter* painter, const QRectF& canvasRect, doubl
             ColumnRun& leftRun = run.x < next.x ? run : next;
             const double from = run.x < next.x ? run.last : next.first;
             const double to = run.x < next.x ? next.first : run.last;
-            if (to > from)
-                leftRun.high = std::max(leftRun.high, to - 1.0);
-            else if (to < from)
-                leftRun.low = std::min(leftRun.low, to + 1.0);
+            // Which way the line goes changes from one column to the next:
+            // chosen without a branch.
+            leftRun.high = std::max(leftRun.high, to > from ? to - 1.0 : leftRun.high);
+            leftRun.low = std::min(leftRun.low, to < from ? to + 1.0 : leftRun.low);
             continue;
         }
         if (testPaintAttribute(ClipPolygons) && !clipAsQwt(a, b, clipRect))

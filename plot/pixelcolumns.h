@@ -78,8 +78,11 @@ class PixelColumns
 public:
     // The maps must have no transformation (linear scales). ordered: whether
     // lowFirst is wanted; finding the extremes without their order is faster.
-    PixelColumns(const QwtScaleMap& xMap, const QwtScaleMap& yMap, bool ordered)
-        : xMap(xMap), yMap(yMap), ordered(ordered)
+    // pixels, if given, holds the pixels of samples where columns are narrow,
+    // and keeps its memory from one call to the next.
+    PixelColumns(const QwtScaleMap& xMap, const QwtScaleMap& yMap, bool ordered,
+                 std::vector<int>* pixels = nullptr)
+        : xMap(xMap), yMap(yMap), ordered(ordered), pixels(pixels)
     {}
 
     // Lines through the samples. sortedTimes allows the columns to be
@@ -115,6 +118,13 @@ private:
         HalfAway // half away from zero in double, as Qwt's point mapper rounds lines
     };
 
+    // Columns of few samples each, on sorted times: every sample mapped to
+    // its pixel in one pass, then the columns read off the pixels. False
+    // where a pixel lies beyond what an int holds, or isn't a number.
+    template <Rounding R>
+    bool runsBySample(const double* x, const double* y, int from, int to, int before, int after,
+                      std::vector<ColumnRun>& out) const;
+
     template <Rounding R>
     bool columnRuns(const double* x, const double* y, int from, int to, bool sortedTimes, int before,
                     int after, std::vector<ColumnRun>& out) const;
@@ -122,6 +132,7 @@ private:
     const QwtScaleMap& xMap;
     const QwtScaleMap& yMap;
     const bool ordered;
+    std::vector<int>* const pixels;
 };
 
 #endif // PIXELCOLUMNS_H
