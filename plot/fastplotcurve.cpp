@@ -1,5 +1,7 @@
 #include "fastplotcurve.h"
 
+#include "linetips.h"
+
 #include <qwt_clipper.h>
 #include <qwt_painter.h>
 #include <qwt_point_data.h>
@@ -15,53 +17,6 @@
 #include <utility>
 
 namespace {
-
-// Cuts a line from a to b to a rectangle as Qwt's polygon clipper cuts each
-// edge of a polyline: edge by edge, left, right, top, bottom, with its
-// formulas, so that a cut line ends where Qwt's does. False when nothing is
-// left.
-bool clipAsQwt(QPointF& a, QPointF& b, const QRectF& rect)
-{
-    const double left = rect.x();
-    const double right = rect.x() + rect.width();
-    const double top = rect.y();
-    const double bottom = rect.y() + rect.height();
-    // Qwt intersects from the later point p1 back to the earlier p2.
-    const auto atX = [](const QPointF& p1, const QPointF& p2, double x) {
-        const double dy = (p1.y() - p2.y()) / double(p1.x() - p2.x());
-        return QPointF(x, p2.y() + (x - p2.x()) * dy);
-    };
-    const auto atY = [](const QPointF& p1, const QPointF& p2, double y) {
-        const double dx = (p1.x() - p2.x()) / double(p1.y() - p2.y());
-        return QPointF(p2.x() + (y - p2.y()) * dx, y);
-    };
-    for (int edge = 0; edge < 4; ++edge) {
-        const auto inside = [edge, left, right, top, bottom](const QPointF& p) {
-            switch (edge) {
-            case 0:
-                return p.x() >= left;
-            case 1:
-                return p.x() <= right;
-            case 2:
-                return p.y() >= top;
-            default:
-                return p.y() <= bottom;
-            }
-        };
-        const bool aInside = inside(a);
-        const bool bInside = inside(b);
-        if (aInside && bInside)
-            continue;
-        if (!aInside && !bInside)
-            return false;
-        const QPointF cut = edge == 0   ? atX(b, a, left)
-                            : edge == 1 ? atX(b, a, right)
-                            : edge == 2 ? atY(b, a, top)
-                                        : atY(b, a, bottom);
-        (aInside ? b : a) = cut;
-    }
-    return true;
-}
 
 // Qwt strokes a polyline in pieces of seven points unless told otherwise,
 // and Qt strokes the ends of each piece anew: it leaves out the corner of a
@@ -178,6 +133,9 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
     to = qBound(0, to, size - 1);
     if (from > to)
         std::swap(from, to);
+    // The plain drawing's polyline runs through all of these.
+    const int polylineFrom = from;
+    const int polylineTo = to;
 
     // Values that aren't finite have no defined pixels. Unless the polygon
     // is clipped first, Qt strokes them into lines that may cross the
@@ -237,7 +195,7 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
 
     if (QwtPainter::roundingAlignment(painter)) {
         const bool wholePixels = paintsWholePixels(painter);
-        const PixelColumns columns(xMap, yMap, !wholePixels);
+        const PixelColumns columns(xMap, yMap, !wholePixels, &samplePixels);
         bool reduced = false;
         switch (style()) {
         case Lines:
@@ -251,6 +209,17 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
         default:
             reduced = std::isfinite(baseline()) && columns.sticks(x, y, from, to, sorted, runs);
             break;
+        }
+        tipPixels.clear();
+        if (reduced && wholePixels && style() == Lines) {
+            const QPaintDevice* device = painter->device();
+            const QTransform transform = painter->deviceTransform();
+            const QRectF clipRect = canvasRect.adjusted(-1.0, -1.0, 1.0, 1.0);
+            LineTips tips(columns, QRect(0, 0, device->width(), device->height()),
+                          QPoint(int(transform.dx()), int(transform.dy())),
+                          testPaintAttribute(ClipPolygons) ? &clipRect : nullptr,
+                          pen().capStyle() != Qt::FlatCap, polylineFrom, polylineTo);
+            tips.apply(x, y, runs, canvasRect.toAlignedRect(), &tipPixels);
         }
         if (reduced) {
             const double baseRow = style() == Sticks ? columns.stickRow(baseline()) : 0.0;
@@ -309,10 +278,10 @@ void FastPlotCurve::drawSpans(QPainter* painter, const QRectF& canvasRect, doubl
             ColumnRun& leftRun = run.x < next.x ? run : next;
             const double from = run.x < next.x ? run.last : next.first;
             const double to = run.x < next.x ? next.first : run.last;
-            if (to > from)
-                leftRun.high = std::max(leftRun.high, to - 1.0);
-            else if (to < from)
-                leftRun.low = std::min(leftRun.low, to + 1.0);
+            // Which way the line goes changes from one column to the next:
+            // chosen without a branch.
+            leftRun.high = std::max(leftRun.high, to > from ? to - 1.0 : leftRun.high);
+            leftRun.low = std::min(leftRun.low, to < from ? to + 1.0 : leftRun.low);
             continue;
         }
         if (testPaintAttribute(ClipPolygons) && !clipAsQwt(a, b, clipRect))
@@ -370,6 +339,8 @@ void FastPlotCurve::drawSpans(QPainter* painter, const QRectF& canvasRect, doubl
         painter->setPen(flatPen);
         painter->drawLines(lines.data(), static_cast<int>(lines.size()));
     }
+    for (const QPoint& pixel : tipPixels)
+        spans.emplace_back(pixel, QSize(1, 1));
     const std::vector<QRect>* painted = &spans;
     if (direct) {
         rest.clear();

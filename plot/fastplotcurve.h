@@ -10,6 +10,7 @@
 #include <QBrush>
 #include <QLineF>
 #include <QPen>
+#include <QPoint>
 #include <QPointF>
 #include <QRect>
 
@@ -95,6 +96,7 @@ private:
     // Kept from one replot to the next, so that drawing allocates only when
     // it needs more room than before.
     mutable std::vector<ColumnRun> runs;
+    mutable std::vector<int> samplePixels; // for PixelColumns
     mutable std::vector<ColumnSpan> columnSpans;
     mutable RowRuns rowRuns;
     mutable std::vector<QRect> spans;
@@ -102,6 +104,7 @@ private:
     mutable std::vector<QRect> rest; // what pixelFill leaves to the painter
     mutable std::vector<QLineF> lines;
     mutable std::vector<QPointF> vertices;
+    mutable std::vector<QPoint> tipPixels;
     mutable QPen pensOf{Qt::NoPen}; // the pen that flatPen and spanBrush were made of
     mutable QPen flatPen;
     mutable QBrush spanBrush;

@@ -27,19 +27,6 @@ inline double roundQ(double v)
     return static_cast<double>(qRound(v));
 }
 
-// floor(v + 0.5) for v >= 0, ceil(v - 0.5) below, as Qwt's point mapper
-// rounds; truncation is the one and the other, without a call.
-inline double roundHalfAway(double v)
-{
-    constexpr double whole = 4503599627370496.0; // 2^52: from here on every double is whole
-    if (v >= 0.0) {
-        const double t = v + 0.5;
-        return t < whole ? static_cast<double>(static_cast<int64_t>(t)) : std::floor(t);
-    }
-    const double t = v - 0.5;
-    return t > -whole ? static_cast<double>(static_cast<int64_t>(t)) : std::ceil(t);
-}
-
 // The smallest index in [lo, hi) where holds() is false, or hi; holds() is
 // true on a prefix of the range and false on the rest.
 template <typename Holds> int endOfPrefix(int lo, int hi, Holds holds)
@@ -209,6 +196,64 @@ int lastInColumn(int i, int to, double column, bool sortedTimes, int guess, Pixe
     return j;
 }
 
+// The factor by which a map without transformation turns scale into
+// paint distances, worked out as the map works it out; zero where the
+// map's own transform doesn't give the same pixels with it.
+double mapFactor(const QwtScaleMap& map, const double* probes, int count)
+{
+    const double factor = map.s1() != map.s2() ? (map.p2() - map.p1()) / (map.s2() - map.s1()) : 1.0;
+    for (int k = 0; k < count; ++k) {
+        if (map.p1() + (probes[k] - map.s1()) * factor != map.transform(probes[k]))
+            return 0.0;
+    }
+    return factor;
+}
+
+// Rounds the pixels of v[0..count) into out. Pixels from 0 up to 2^30
+// round alike both ways, v + 0.5 cut to a whole number; the few below 0
+// are rounded one by one. False when a pixel lies beyond +-2^30 or isn't a
+// number.
+template <typename Round>
+bool mapToPixels(const QwtScaleMap& map, double factor, const double* v, int count, int* out, Round round)
+{
+    const double p1 = map.p1();
+    const double s1 = map.s1();
+    int k = 0;
+    int below = 0; // pixels below 0, and beyond the limit or not numbers
+    int bad = 0;
+#if defined(__SSE2__)
+    const __m128d p1s = _mm_set1_pd(p1);
+    const __m128d s1s = _mm_set1_pd(s1);
+    const __m128d factors = _mm_set1_pd(factor);
+    const __m128d half = _mm_set1_pd(0.5);
+    const __m128d zero = _mm_setzero_pd();
+    const __m128d limit = _mm_set1_pd(coordinateLimit);
+    const __m128d lowLimit = _mm_set1_pd(-coordinateLimit);
+    for (; k + 2 <= count; k += 2) {
+        const __m128d p = _mm_add_pd(p1s, _mm_mul_pd(_mm_sub_pd(_mm_loadu_pd(v + k), s1s), factors));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + k), _mm_cvttpd_epi32(_mm_add_pd(p, half)));
+        below |= _mm_movemask_pd(_mm_cmplt_pd(p, zero));
+        bad |= _mm_movemask_pd(_mm_or_pd(_mm_cmpnlt_pd(p, limit), _mm_cmpngt_pd(p, lowLimit)));
+    }
+#endif
+    for (; k < count; ++k) {
+        const double p = p1 + (v[k] - s1) * factor;
+        below |= p < 0.0;
+        bad |= !(p < coordinateLimit && p > -coordinateLimit);
+        out[k] = bad ? 0 : static_cast<int>(p + 0.5);
+    }
+    if (bad)
+        return false;
+    if (below) {
+        for (k = 0; k < count; ++k) {
+            const double p = p1 + (v[k] - s1) * factor;
+            if (p < 0.0)
+                out[k] = static_cast<int>(round(p));
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 bool finiteValues(const double* v, int from, int to)
@@ -252,6 +297,70 @@ IndexRange visibleRange(const double* x, int from, int to, const QwtScaleMap& xM
 }
 
 template <PixelColumns::Rounding R>
+bool PixelColumns::runsBySample(const double* x, const double* y, int from, int to, int before, int after,
+                                std::vector<ColumnRun>& out) const
+{
+    const int count = to - from + 1;
+    const double xProbes[] = {x[from], x[to], x[from + count / 2]};
+    const double xFactor = mapFactor(xMap, xProbes, 3);
+    const double yProbes[] = {y[from], y[to], y[from + count / 2]};
+    const double yFactor = mapFactor(yMap, yProbes, 3);
+    if (xFactor == 0.0 || yFactor == 0.0)
+        return false;
+    pixels->resize(2 * size_t(count));
+    int* const px = pixels->data();
+    int* const py = px + count;
+    const auto round = [](double p) {
+        if constexpr (R == Rounding::QRound)
+            return roundQ(p);
+        else
+            return roundHalfAway(p);
+    };
+    if (!mapToPixels(xMap, xFactor, x + from, count, px, round) ||
+        !mapToPixels(yMap, yFactor, y + from, count, py, round))
+        return false;
+
+    out.clear();
+    // Where the value map turns values upside down, the smallest value has
+    // the largest row.
+    const bool lowFirst = yFactor >= 0.0;
+    int i = 0;
+    while (i < count) {
+        const int column = px[i];
+        int j = i;
+        while (j + 1 < count && px[j + 1] == column)
+            ++j;
+        const int s = i > 0 ? i - before : i;
+        const int e = j + 1 < count ? j + after : j;
+        int low = py[s];
+        int high = py[s];
+        int lowAt = s;
+        int highAt = s;
+        for (int k = s + 1; k <= e; ++k) {
+            const int row = py[k];
+            lowAt = row < low ? k : lowAt;
+            highAt = row > high ? k : highAt;
+            low = std::min(low, row);
+            high = std::max(high, row);
+        }
+        ColumnRun run;
+        run.x = column;
+        run.first = py[s];
+        run.last = py[e];
+        run.low = low;
+        run.high = high;
+        run.lowFirst = lowFirst || low == high;
+        run.lowValue = y[from + lowAt];
+        run.highValue = y[from + highAt];
+        run.begin = from + i;
+        run.end = from + j;
+        out.push_back(run);
+        i = j + 1;
+    }
+    return true;
+}
+
+template <PixelColumns::Rounding R>
 bool PixelColumns::columnRuns(const double* x, const double* y, int from, int to, bool sortedTimes,
                               int before, int after, std::vector<ColumnRun>& out) const
 {
@@ -263,6 +372,13 @@ bool PixelColumns::columnRuns(const double* x, const double* y, int from, int to
     };
     const auto pixelX = [&](int i) { return round(xMap.transform(x[i])); };
     const auto pixelY = [&](double value) { return round(yMap.transform(value)); };
+
+    // Up to a dozen samples a column, mapping every sample costs less than
+    // searching for the ends of the columns.
+    if (pixels && sortedTimes && !ordered && to > from &&
+        to - from < 12 * (std::abs(pixelX(from) - pixelX(to)) + 1.0) &&
+        runsBySample<R>(x, y, from, to, before, after, out))
+        return true;
 
     out.clear();
     int i = from;
@@ -277,24 +393,21 @@ bool PixelColumns::columnRuns(const double* x, const double* y, int from, int to
         const int s = i > from ? i - before : i;
         const int e = j < to ? j + after : j;
         ColumnRun run;
-        double rowA;
-        double rowB;
+        double valueA;
+        double valueB;
         if (ordered) {
             int lowAt;
             int highAt;
             if (!extremesAt(y, s, e, &lowAt, &highAt))
                 return false;
             // In the order in which the line reaches them.
-            rowA = pixelY(y[std::min(lowAt, highAt)]);
-            rowB = pixelY(y[std::max(lowAt, highAt)]);
-        } else {
-            double lowValue;
-            double highValue;
-            if (!extremes(y, s, e, &lowValue, &highValue))
-                return false;
-            rowA = pixelY(lowValue);
-            rowB = pixelY(highValue);
+            valueA = y[std::min(lowAt, highAt)];
+            valueB = y[std::max(lowAt, highAt)];
+        } else if (!extremes(y, s, e, &valueA, &valueB)) {
+            return false;
         }
+        const double rowA = pixelY(valueA);
+        const double rowB = pixelY(valueB);
         run.x = column;
         run.first = pixelY(y[s]);
         run.last = pixelY(y[e]);
@@ -302,6 +415,10 @@ bool PixelColumns::columnRuns(const double* x, const double* y, int from, int to
         run.low = std::min(rowA, rowB);
         run.high = std::max(rowA, rowB);
         run.lowFirst = rowA <= rowB;
+        run.lowValue = rowA <= rowB ? valueA : valueB;
+        run.highValue = rowA <= rowB ? valueB : valueA;
+        run.begin = i;
+        run.end = j;
         out.push_back(run);
         guess = j - i + 1;
         i = j + 1;

@@ -3,7 +3,24 @@
 
 #include <qwt_scale_map.h>
 
+#include <QPointF>
+
+#include <cmath>
+#include <cstdint>
 #include <vector>
+
+// floor(v + 0.5) for v >= 0, ceil(v - 0.5) below, as Qwt's point mapper
+// rounds; truncation is the one and the other, without a call.
+inline double roundHalfAway(double v)
+{
+    constexpr double whole = 4503599627370496.0; // 2^52: from here on every double is whole
+    if (v >= 0.0) {
+        const double t = v + 0.5;
+        return t < whole ? static_cast<double>(static_cast<int64_t>(t)) : std::floor(t);
+    }
+    const double t = v - 0.5;
+    return t > -whole ? static_cast<double>(static_cast<int64_t>(t)) : std::ceil(t);
+}
 
 // Order of a time array over an index range.
 enum class TimeOrder { Falling, Rising, Unsorted };
@@ -38,6 +55,10 @@ struct ColumnRun
     double low;    // smallest row the line reaches in the column
     double high;   // largest row
     bool lowFirst; // whether it reaches low before high; only if asked for
+    int begin;     // the samples in the column
+    int end;
+    double lowValue;  // a value that lies on row low
+    double highValue; // and one on row high
 };
 
 // Cuts the polyline that Qwt draws through a curve's samples into pixel
@@ -57,8 +78,11 @@ class PixelColumns
 public:
     // The maps must have no transformation (linear scales). ordered: whether
     // lowFirst is wanted; finding the extremes without their order is faster.
-    PixelColumns(const QwtScaleMap& xMap, const QwtScaleMap& yMap, bool ordered)
-        : xMap(xMap), yMap(yMap), ordered(ordered)
+    // pixels, if given, holds the pixels of samples where columns are narrow,
+    // and keeps its memory from one call to the next.
+    PixelColumns(const QwtScaleMap& xMap, const QwtScaleMap& yMap, bool ordered,
+                 std::vector<int>* pixels = nullptr)
+        : xMap(xMap), yMap(yMap), ordered(ordered), pixels(pixels)
     {}
 
     // Lines through the samples. sortedTimes allows the columns to be
@@ -81,11 +105,25 @@ public:
     // The row of a value as Qwt rounds the ends of a stick.
     double stickRow(double value) const;
 
+    // The vertex of a sample as Qwt rounds those of lines, and its row.
+    QPointF lineVertex(double x, double y) const
+    {
+        return QPointF(roundHalfAway(xMap.transform(x)), roundHalfAway(yMap.transform(y)));
+    }
+    double lineRow(double value) const { return roundHalfAway(yMap.transform(value)); }
+
 private:
     enum class Rounding {
         QRound,  // qRound, as Qwt rounds steps and sticks
         HalfAway // half away from zero in double, as Qwt's point mapper rounds lines
     };
+
+    // Columns of few samples each, on sorted times: every sample mapped to
+    // its pixel in one pass, then the columns read off the pixels. False
+    // where a pixel lies beyond what an int holds, or isn't a number.
+    template <Rounding R>
+    bool runsBySample(const double* x, const double* y, int from, int to, int before, int after,
+                      std::vector<ColumnRun>& out) const;
 
     template <Rounding R>
     bool columnRuns(const double* x, const double* y, int from, int to, bool sortedTimes, int before,
@@ -94,6 +132,7 @@ private:
     const QwtScaleMap& xMap;
     const QwtScaleMap& yMap;
     const bool ordered;
+    std::vector<int>* const pixels;
 };
 
 #endif // PIXELCOLUMNS_H

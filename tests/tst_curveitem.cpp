@@ -43,16 +43,20 @@ struct Series
 };
 
 enum class Shape {
-    Dense,     // 100000 samples over 100 s: noise on a slow wave, with spikes
-    Zigzag,    // every sample jumps between two far values
-    Sparse,    // 40 samples over 100 s
-    Bursts,    // groups of samples with one timestamp
-    WithNaN,   // dense, with not-a-number values here and there
-    Unsorted,  // dense, with the clock set back in the middle
-    BadTimes,  // dense, with times that are not a number or infinite
-    Infinite,  // dense, with infinite values here and there
-    Beyond,    // dense, reaching far beyond the value axis
-    OneSample, // the live point and one sample
+    Dense,             // 100000 samples over 100 s: noise on a slow wave, with spikes
+    Zigzag,            // every sample jumps between two far values
+    ZigzagOldestFirst, // the same, the arrays in the other order
+    Wave,              // 5000 samples of a byte: a slow wave with a little noise
+    WaveOldestFirst,   // the same, the arrays in the other order
+    WalkOldestFirst,   // 20000 samples that wander, oldest first
+    Sparse,            // 40 samples over 100 s
+    Bursts,            // groups of samples with one timestamp
+    WithNaN,           // dense, with not-a-number values here and there
+    Unsorted,          // dense, with the clock set back in the middle
+    BadTimes,          // dense, with times that are not a number or infinite
+    Infinite,          // dense, with infinite values here and there
+    Beyond,            // dense, reaching far beyond the value axis
+    OneSample,         // the live point and one sample
     LivePointOnly
 };
 
@@ -104,9 +108,29 @@ Series makeSeries(Shape shape)
         break;
     }
     case Shape::Zigzag:
+    case Shape::ZigzagOldestFirst:
         for (int i = 0; i < 20000; ++i)
             add(0.005 * (i + 1), (i % 2) ? 80.0 : -70.0 + (i % 7));
         break;
+    case Shape::Wave:
+    case Shape::WaveOldestFirst: {
+        // Rows a pixel or two apart from one column to the next, so that
+        // most lines between columns are flat.
+        std::normal_distribution<double> small(0.0, 1.5);
+        for (int i = 0; i < 5000; ++i) {
+            const double t = 0.02 * (i + 1);
+            add(t, (std::round(127.0 + 100.0 * std::sin(t * 0.2) + small(rng)) - 127.0) * 0.784314);
+        }
+        break;
+    }
+    case Shape::WalkOldestFirst: {
+        double v = 0.0;
+        for (int i = 0; i < 20000; ++i) {
+            v = std::max(-90.0, std::min(90.0, v + noise(rng) * 0.5));
+            add(0.005 * (i + 1), v);
+        }
+        break;
+    }
     case Shape::Sparse:
         for (int i = 0; i < 40; ++i)
             add(2.5 * i + 0.37, 50.0 * std::cos(i * 0.9) + noise(rng));
@@ -122,8 +146,15 @@ Series makeSeries(Shape shape)
         break;
     }
 
-    // Newest first, behind the live point at 100.05 s.
+    // Newest first, behind the live point at 100.05 s; or the other way
+    // round, which no capture makes, but which turns every join around.
     Series s;
+    if (shape == Shape::ZigzagOldestFirst || shape == Shape::WaveOldestFirst ||
+        shape == Shape::WalkOldestFirst) {
+        s.x = times;
+        s.y = values;
+        return s;
+    }
     s.x.push_back(100.05);
     s.y.push_back(values.empty() ? 0.0 : values.back());
     for (size_t k = times.size(); k-- > 0;) {
@@ -325,6 +356,10 @@ void TestCurveItem::samePixels_data()
     } shapes[] = {
         {"dense", Shape::Dense},
         {"zigzag", Shape::Zigzag},
+        {"zigzag oldest first", Shape::ZigzagOldestFirst},
+        {"wave", Shape::Wave},
+        {"wave oldest first", Shape::WaveOldestFirst},
+        {"walk oldest first", Shape::WalkOldestFirst},
         {"sparse", Shape::Sparse},
         {"bursts", Shape::Bursts},
         {"NaN", Shape::WithNaN},
@@ -431,8 +466,11 @@ void TestCurveItem::samePixels()
     // differ. Antialiased pixels also differ in shade where the plain
     // drawing passes many times over the same pixel.
     QCOMPARE(result.loose, 0);
-    const int allowed =
-        scene.antialiased || scene.width > 1.0 ? result.curve / 50 : std::max(12, result.curve / 500);
+    // With a one-pixel pen and no antialiasing nothing is left to chance:
+    // a pixel or two of steps may differ where rounding does, and a few
+    // where times run back and forth and the two halves of a curve cross.
+    const bool thin = !scene.antialiased && scene.width <= 1.0;
+    const int allowed = !thin ? result.curve / 50 : shape == Shape::Unsorted ? 8 : 2;
     QVERIFY2(result.footprint <= allowed,
              qPrintable(QString("%1 pixels differ in where the curve is, %2 allowed")
                             .arg(result.footprint)

@@ -1,0 +1,82 @@
+#ifndef LINETIPS_H
+#define LINETIPS_H
+
+#include "cosmeticstroke.h"
+#include "pixelcolumns.h"
+
+#include <QPoint>
+#include <QRect>
+#include <QRectF>
+
+#include <vector>
+
+// Cuts a line from a to b to a rectangle as Qwt's polygon clipper cuts each
+// edge of a polyline: edge by edge, left, right, top, bottom, with its
+// formulas, so that a cut line ends where Qwt's does. False when nothing is
+// left.
+bool clipAsQwt(QPointF& a, QPointF& b, const QRectF& rect);
+
+// The tips of the pixel columns of a line drawn with a thin pen. In a
+// column, the polyline covers every row between its extremes; whether the
+// extreme rows themselves are drawn, and whether a pixel beside them is,
+// Qt decides at each vertex there from the lines on either side of it
+// (CosmeticStroke). This finds the vertices on each column's extreme rows
+// and traces the lines around them: a column whose tip no line sets loses
+// that row, and pixels the lines set beyond it are handed back.
+class LineTips
+{
+public:
+    // device: the paint device's pixels, and toDevice the painter's
+    // translation to them, in whole pixels. clipRect: where Qwt cuts the
+    // polyline, or null when it doesn't. squareCaps: the pen's caps aren't
+    // flat. first and last: the samples the polyline starts and ends with.
+    LineTips(const PixelColumns& columns, const QRect& device, const QPoint& toDevice, const QRectF* clipRect,
+             bool squareCaps, int first, int last);
+
+    // Runs as PixelColumns::lines made them from x and y; rows top to
+    // bottom and columns left to right can be seen. Raises low or lowers
+    // high of every run whose tip isn't drawn, and appends pixels drawn
+    // outside the runs to extra.
+    void apply(const double* x, const double* y, std::vector<ColumnRun>& runs, const QRect& visible,
+               std::vector<QPoint>* extra);
+
+private:
+    // The pixels in rows around row that Qt sets on the lines to and from
+    // the vertex of sample i, into traced.
+    void trace(const double* x, const double* y, int i, int row);
+    // The joins at a tip that the stroker's rules settle without tracing:
+    // the tip's group of samples from..to starts or ends its column, one
+    // line stays in the column and a steep one leaves it. Puts what Qt
+    // sets around the tip into traced; false for any other case.
+    bool settle(const double* y, const std::vector<ColumnRun>& runs, int r, int from, int to, bool top,
+                bool atStart);
+    // The samples before and after i whose vertex isn't at.
+    int previousVertex(const double* x, const double* y, int i, const QPointF& at) const;
+    int nextVertex(const double* x, const double* y, int i, const QPointF& at) const;
+    bool inside(const QPointF& p) const;
+
+    const PixelColumns& columns;
+    const QRect device; // in the painter's coordinates
+    const QPoint toDevice;
+    const QRectF* const clipRect;
+    const int first;
+    const int last;
+    CosmeticStroke stroke;
+    std::vector<QPoint> traced; // what the lines of one tip set
+    enum { LowDrawn = 1, HighDrawn = 2 };
+    std::vector<unsigned char> tipsDrawn; // per run
+    struct OpenTips
+    {
+        int run;
+        unsigned char tips; // LowDrawn, HighDrawn: the tips left to look at
+    };
+    std::vector<OpenTips> openTips;
+    struct TipPixel
+    {
+        QPoint pixel;
+        int run; // the column whose tip set it
+    };
+    std::vector<TipPixel> outside; // pixels set outside the columns' spans
+};
+
+#endif // LINETIPS_H
