@@ -12,6 +12,7 @@
 #include <QPen>
 #include <QPoint>
 #include <QPointF>
+#include <QPolygonF>
 #include <QRect>
 
 #include <optional>
@@ -27,11 +28,14 @@
 // This item reads the arrays given by setRawSamples in place, skips the
 // samples outside the window by binary search on the time array (when it is
 // sorted, either way). Where fewer than two samples per pixel column are
-// left, it hands the lines through just those to the plain drawing, which
-// then costs little; otherwise, and always for steps and sticks, it cuts
-// them into pixel columns (PixelColumns). The owner of the arrays may tell
-// it that the times are sorted and the values finite (setKnownShape), so
-// that a replot needn't look at every sample to find out.
+// left, it draws the lines through just those: with the pens of a running
+// capture it sets the pixels that Qt's stroker sets for Qwt's polyline
+// (CosmeticStroke) straight into the image, otherwise the plain drawing
+// draws them. Otherwise, and always for steps and sticks, it cuts them into
+// pixel columns (PixelColumns), and finds out which of the columns' tips Qt
+// would set (LineTips). The owner of the arrays may tell it that the times
+// are sorted and the values finite (setKnownShape), so that a replot
+// needn't look at every sample to find out.
 // With the pens of a running capture (one pixel wide, opaque, not
 // antialiased) it fills the pixels of the columns and of the lines between
 // them, each pixel once: straight into the painter's image where it can
@@ -46,9 +50,9 @@
 // Qt strokes the ends of each piece anew, which leaves gaps in curves of
 // about a sample per pixel column: with a thin pen this item has its
 // polylines drawn in one piece. Its pixels are then those of a plain item
-// drawn so, but for a few where Qt rounds the ends of lines. With a wider
-// pen the pieces stay, and their end caps lengthen or shorten some of the
-// plain item's strokes by a pixel. Antialiased pixels also differ in shade
+// drawn so, but for a pixel or two of steps where rounding differs. With a
+// wider pen the pieces stay, and their end caps lengthen or shorten some of
+// the plain item's strokes by a pixel. Antialiased pixels also differ in shade
 // where the plain item paints over the same pixel many times.
 //
 // Drawing keeps buffers in the item; items are drawn on one thread only.
@@ -80,6 +84,11 @@ private:
     // spans: a raster image, whole pixels, a one-pixel opaque pen.
     bool paintsWholePixels(const QPainter* painter) const;
 
+    // Lines through the samples from..to with a thin pen: the pixels Qt's
+    // stroker sets for Qwt's polyline, set straight in the painter's image.
+    // False, with nothing drawn, where they can't be.
+    bool strokeLines(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
+                     const QRectF& canvasRect, const double* x, const double* y, int from, int to) const;
     void drawSpans(QPainter* painter, const QRectF& canvasRect, double baseRow, bool sorted) const;
     void drawPolyline(QPainter* painter, const QRectF& canvasRect) const;
     void drawSticks(QPainter* painter, double baseRow) const;
@@ -105,6 +114,8 @@ private:
     mutable std::vector<QLineF> lines;
     mutable std::vector<QPointF> vertices;
     mutable std::vector<QPoint> tipPixels;
+    mutable QPolygonF polyline;
+    mutable std::vector<QPoint> strokePixels;
     mutable QPen pensOf{Qt::NoPen}; // the pen that flatPen and spanBrush were made of
     mutable QPen flatPen;
     mutable QBrush spanBrush;

@@ -108,3 +108,20 @@ void PixelFill::fill(const QRect* rects, int count, std::vector<QRect>* rest)
             beyond(x1 + 1, y0, right, y1);
     }
 }
+
+void PixelFill::setPixels(const QPoint* points, int count, std::vector<QRect>* rest)
+{
+    uchar* const bits = const_cast<uchar*>(image->constBits());
+    const qsizetype stride = image->bytesPerLine();
+    const int safeLeft = safe.left();
+    const int safeRight = safe.right();
+    const int safeTop = safe.top();
+    const int safeBottom = safe.bottom();
+    for (int n = 0; n < count; ++n) {
+        const QPoint& p = points[n];
+        if (p.x() >= safeLeft && p.x() <= safeRight && p.y() >= safeTop && p.y() <= safeBottom)
+            reinterpret_cast<quint32*>(bits + p.y() * stride)[p.x()] = pixel;
+        else
+            rest->push_back(QRect(p - toDevice, QSize(1, 1)));
+    }
+}

@@ -1,6 +1,7 @@
 #ifndef PIXELFILL_H
 #define PIXELFILL_H
 
+#include <QPoint>
 #include <QRect>
 #include <QRgb>
 
@@ -29,6 +30,11 @@ public:
     // Sets what lies in the region that is safe to write and appends the
     // rest of each rectangle, in the painter's coordinates, to rest.
     void fill(const QRect* rects, int count, std::vector<QRect>* rest);
+
+    // Sets single pixels, given in the image's own pixels, and appends
+    // those outside the region that is safe to write to rest, as one-pixel
+    // rectangles in the painter's coordinates.
+    void setPixels(const QPoint* points, int count, std::vector<QRect>* rest);
 
 private:
     QImage* image = nullptr;

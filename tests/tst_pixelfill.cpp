@@ -1,6 +1,7 @@
-// Rectangles filled straight into a painter's image must come out as the
-// painter's own drawRects sets them, whatever clips and translations the
-// painter has; where the pixels can't be written directly, nothing is.
+// Rectangles and single pixels set straight into a painter's image must
+// come out as the painter's own drawRects sets them, whatever clips and
+// translations the painter has; where the pixels can't be written directly,
+// nothing is.
 
 #include "pixelfill.h"
 
@@ -36,15 +37,26 @@ std::vector<QRect> someRects()
     return rects;
 }
 
+// Single pixels in the painter's coordinates, inside and across the edges.
+std::vector<QRect> somePixels()
+{
+    std::vector<QRect> pixels;
+    for (int y = -4; y < 86; y += 3) {
+        for (int x = -6 + y % 5; x < 126; x += 4)
+            pixels.emplace_back(x, y, 1, 1);
+    }
+    return pixels;
+}
+
 QImage paint(QImage::Format format, const QRegion& systemClip, const Setup& setup, bool direct,
-             bool* wroteDirectly = nullptr)
+             bool* wroteDirectly = nullptr, bool single = false)
 {
     QImage image(120, 80, format);
     image.fill(Qt::white);
     if (!systemClip.isEmpty())
         image.paintEngine()->setSystemClip(systemClip);
     const QColor color(20, 90, 200);
-    const std::vector<QRect> rects = someRects();
+    const std::vector<QRect> rects = single ? somePixels() : someRects();
     {
         QPainter painter(&image);
         setup(painter);
@@ -55,8 +67,16 @@ QImage paint(QImage::Format format, const QRegion& systemClip, const Setup& setu
         const bool writes = direct && fill.begin(&painter, color.rgba());
         if (wroteDirectly)
             *wroteDirectly = writes;
-        if (writes)
+        if (writes && single) {
+            // Given in the image's pixels.
+            const QTransform toImage = painter.deviceTransform();
+            std::vector<QPoint> points;
+            for (const QRect& r : rects)
+                points.push_back(toImage.map(r.topLeft()));
+            fill.setPixels(points.data(), int(points.size()), &rest);
+        } else if (writes) {
             fill.fill(rects.data(), int(rects.size()), &rest);
+        }
         const std::vector<QRect>& painted = writes ? rest : rects;
         painter.drawRects(painted.data(), int(painted.size()));
     }
@@ -73,6 +93,8 @@ class TestPixelFill : public QObject
 private slots:
     void setsWhatDrawRectsSets_data();
     void setsWhatDrawRectsSets();
+    void setsSinglePixels_data() { setsWhatDrawRectsSets_data(); }
+    void setsSinglePixels();
 };
 
 void TestPixelFill::setsWhatDrawRectsSets_data()
@@ -152,6 +174,20 @@ void TestPixelFill::setsWhatDrawRectsSets()
     QImage blank(expected.size(), format);
     blank.fill(Qt::white);
     QVERIFY(expected != blank);
+}
+
+void TestPixelFill::setsSinglePixels()
+{
+    QFETCH(QImage::Format, format);
+    QFETCH(QRegion, systemClip);
+    QFETCH(Setup, setup);
+    QFETCH(bool, direct);
+
+    const QImage expected = paint(format, systemClip, setup, false, nullptr, true);
+    bool wroteDirectly = false;
+    const QImage actual = paint(format, systemClip, setup, true, &wroteDirectly, true);
+    QCOMPARE(wroteDirectly, direct);
+    QCOMPARE(actual, expected);
 }
 
 QTEST_MAIN(TestPixelFill)
