@@ -56,16 +56,21 @@ bool PixelFill::begin(QPainter* painter, QRgb color)
     return true;
 }
 
-void PixelFill::fill(const QRect* rects, int count, std::vector<QRect>* rest)
+PixelFill::Target PixelFill::target() const
 {
     // The engine paints into this very memory; bits() would detach a copy
     // that someone took while painting.
-    uchar* const bits = const_cast<uchar*>(image->constBits());
-    const qsizetype stride = image->bytesPerLine();
-    const int safeLeft = safe.left();
-    const int safeRight = safe.right();
-    const int safeTop = safe.top();
-    const int safeBottom = safe.bottom();
+    return {const_cast<uchar*>(image->constBits()),
+            image->bytesPerLine(),
+            safe.left(),
+            safe.right(),
+            safe.top(),
+            safe.bottom()};
+}
+
+void PixelFill::fill(const QRect* rects, int count, std::vector<QRect>* rest)
+{
+    const Target t = target();
     for (int n = 0; n < count; ++n) {
         // Rectangles of negative size, which drawRects turns round, go to
         // the painter as they are.
@@ -74,20 +79,20 @@ void PixelFill::fill(const QRect* rects, int count, std::vector<QRect>* rest)
         const int right = r.right() + toDevice.x();
         const int top = r.top() + toDevice.y();
         const int bottom = r.bottom() + toDevice.y();
-        const int x0 = std::max(left, safeLeft);
-        const int x1 = std::min(right, safeRight);
-        const int y0 = std::max(top, safeTop);
-        const int y1 = std::min(bottom, safeBottom);
+        const int x0 = std::max(left, t.left);
+        const int x1 = std::min(right, t.right);
+        const int y0 = std::max(top, t.top);
+        const int y1 = std::min(bottom, t.bottom);
         if (x0 > x1 || y0 > y1) {
             rest->push_back(r);
             continue;
         }
-        uchar* line = bits + y0 * stride;
+        uchar* line = t.bits + y0 * t.stride;
         if (x0 == x1) {
-            for (int y = y0; y <= y1; ++y, line += stride)
+            for (int y = y0; y <= y1; ++y, line += t.stride)
                 reinterpret_cast<quint32*>(line)[x0] = pixel;
         } else {
-            for (int y = y0; y <= y1; ++y, line += stride)
+            for (int y = y0; y <= y1; ++y, line += t.stride)
                 std::fill(reinterpret_cast<quint32*>(line) + x0, reinterpret_cast<quint32*>(line) + x1 + 1,
                           pixel);
         }
@@ -111,16 +116,11 @@ void PixelFill::fill(const QRect* rects, int count, std::vector<QRect>* rest)
 
 void PixelFill::setPixels(const QPoint* points, int count, std::vector<QRect>* rest)
 {
-    uchar* const bits = const_cast<uchar*>(image->constBits());
-    const qsizetype stride = image->bytesPerLine();
-    const int safeLeft = safe.left();
-    const int safeRight = safe.right();
-    const int safeTop = safe.top();
-    const int safeBottom = safe.bottom();
+    const Target t = target();
     for (int n = 0; n < count; ++n) {
         const QPoint& p = points[n];
-        if (p.x() >= safeLeft && p.x() <= safeRight && p.y() >= safeTop && p.y() <= safeBottom)
-            reinterpret_cast<quint32*>(bits + p.y() * stride)[p.x()] = pixel;
+        if (p.x() >= t.left && p.x() <= t.right && p.y() >= t.top && p.y() <= t.bottom)
+            reinterpret_cast<quint32*>(t.bits + p.y() * t.stride)[p.x()] = pixel;
         else
             rest->push_back(QRect(p - toDevice, QSize(1, 1)));
     }

@@ -37,6 +37,18 @@ public:
     void setPixels(const QPoint* points, int count, std::vector<QRect>* rest);
 
 private:
+    // Where and within which pixels to write.
+    struct Target
+    {
+        uchar* bits;
+        qsizetype stride;
+        int left;
+        int right;
+        int top;
+        int bottom;
+    };
+    Target target() const;
+
     QImage* image = nullptr;
     QRect safe;      // in the image's pixels
     QPoint toDevice; // from the painter's coordinates to the image's
