@@ -48,6 +48,15 @@ private:
     const bool before;
 };
 
+// Where Qt's raster engine cuts the lines it strokes: at the edges of the
+// image it paints on, which for a widget is the window's backing store,
+// wherever in it the painter's own device lies.
+QRect strokeBounds(const QPainter* painter)
+{
+    const QPaintDevice* target = painter->paintEngine()->paintDevice();
+    return QRect(0, 0, target->width(), target->height());
+}
+
 } // namespace
 
 FastPlotCurve::FastPlotCurve(const QString& title) : QwtPlotCurve(title) {}
@@ -219,11 +228,9 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
         }
         tipPixels.clear();
         if (reduced && wholePixels && style() == Lines) {
-            const QPaintDevice* device = painter->device();
             const QTransform transform = painter->deviceTransform();
             const QRectF clipRect = canvasRect.adjusted(-1.0, -1.0, 1.0, 1.0);
-            LineTips tips(columns, QRect(0, 0, device->width(), device->height()),
-                          QPoint(int(transform.dx()), int(transform.dy())),
+            LineTips tips(columns, strokeBounds(painter), QPoint(int(transform.dx()), int(transform.dy())),
                           testPaintAttribute(ClipPolygons) ? &clipRect : nullptr,
                           pen().capStyle() != Qt::FlatCap, polylineFrom, polylineTo);
             tips.apply(x, y, runs, canvasRect.toAlignedRect(), &tipPixels);
@@ -259,10 +266,28 @@ bool FastPlotCurve::strokeLines(QPainter* painter, const QwtScaleMap& xMap, cons
         if (!weed || polyline.isEmpty() || polyline.last() != p)
             polyline.append(p);
     }
-    if (testPaintAttribute(ClipPolygons)) {
+    if (testPaintAttribute(ClipPolygons) && polyline.size() >= 2) {
         const qreal width = std::max(qreal(1.0), pen().widthF());
-        polyline =
-            QwtClipper::clipPolygonF(canvasRect.adjusted(-width, -width, width, width), polyline, false);
+        const QRectF clipRect = canvasRect.adjusted(-width, -width, width, width);
+        // Mostly only the samples just beyond the window's edges lie
+        // outside: Qwt's clipper then cuts just the first and the last
+        // line, as clipAsQwt does, and the polyline keeps its memory.
+        const auto inside = [&clipRect](const QPointF& p) {
+            return p.x() >= clipRect.left() && p.x() <= clipRect.right() && p.y() >= clipRect.top() &&
+                   p.y() <= clipRect.bottom();
+        };
+        const int last = polyline.size() - 1;
+        bool endsOnly = last >= 2;
+        for (int k = 1; k < last && endsOnly; ++k)
+            endsOnly = inside(polyline.at(k));
+        if (endsOnly) {
+            QPointF second = polyline.at(1);
+            QPointF beforeLast = polyline.at(last - 1);
+            clipAsQwt(polyline[0], second, clipRect);
+            clipAsQwt(beforeLast, polyline[last], clipRect);
+        } else {
+            polyline = QwtClipper::clipPolygonF(clipRect, polyline, false);
+        }
     }
     // Qt draws nothing of a single point, and closes a polyline that ends
     // where it starts, which the stroke below doesn't.
@@ -271,10 +296,9 @@ bool FastPlotCurve::strokeLines(QPainter* painter, const QwtScaleMap& xMap, cons
     if (polyline.first() == polyline.last())
         return false;
 
-    const QPaintDevice* device = painter->device();
     const QTransform transform = painter->deviceTransform();
     const QPointF shift(transform.dx(), transform.dy());
-    CosmeticStroke stroke(QRect(0, 0, device->width(), device->height()), pen().capStyle() != Qt::FlatCap);
+    CosmeticStroke stroke(strokeBounds(painter), pen().capStyle() != Qt::FlatCap);
     strokePixels.clear();
     stroke.moveTo(polyline.first() + shift, true);
     const int last = polyline.size() - 1;

@@ -314,6 +314,8 @@ private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void samePixels_data();
     void samePixels();
+    void samePixelsOnAWidget_data();
+    void samePixelsOnAWidget();
     void staysAPlotCurve();
     void knownShapeHoldsForItsSamplesOnly_data();
     void knownShapeHoldsForItsSamplesOnly();
@@ -426,6 +428,55 @@ void TestCurveItem::samePixels_data()
             }
         }
     }
+}
+
+void TestCurveItem::samePixelsOnAWidget_data()
+{
+    QTest::addColumn<Shape>("shape");
+    QTest::addColumn<QwtPlotCurve::CurveStyle>("style");
+    QTest::newRow("sparse lines") << Shape::Sparse << QwtPlotCurve::Lines;
+    QTest::newRow("wave lines") << Shape::Wave << QwtPlotCurve::Lines;
+    QTest::newRow("zigzag lines") << Shape::Zigzag << QwtPlotCurve::Lines;
+    QTest::newRow("dense steps") << Shape::Dense << QwtPlotCurve::Steps;
+}
+
+// On a widget the painter paints into a larger image, the window's backing
+// store, with the canvas somewhere inside it; Qt cuts lines at the edges of
+// that image, not of the canvas.
+void TestCurveItem::samePixelsOnAWidget()
+{
+    QFETCH(Shape, shape);
+    QFETCH(QwtPlotCurve::CurveStyle, style);
+    const Series series = makeSeries(shape);
+
+    const auto renderOnWidget = [&](QwtPlotCurve* item) {
+        QwtPlot plot;
+        auto* canvas = qobject_cast<QwtPlotCanvas*>(plot.canvas());
+        canvas->setPaintAttribute(QwtPlotCanvas::BackingStore, false);
+        plot.setAxisScale(QwtPlot::xBottom, 0.0, 100.05, 10.0);
+        plot.setAxisScale(QwtPlot::yLeft, -100.0, 100.0, 10.0);
+        plot.resize(700, 400);
+        item->setRawSamples(series.x.data(), series.y.data(), int(series.x.size()));
+        item->setStyle(style);
+        item->setPen(QPen(QColor("#1f6fb4"), 1.0));
+        item->attach(&plot);
+        plot.replot();
+        QImage image(1000, 600, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        plot.render(&image, QPoint(180, 130));
+        item->detach();
+        return image;
+    };
+    QwtPlotCurve plain;
+    FastPlotCurve fast;
+    const bool splitting = QwtPainter::polylineSplitting();
+    QwtPainter::setPolylineSplitting(false);
+    const QImage expected = renderOnWidget(&plain);
+    QwtPainter::setPolylineSplitting(splitting);
+    const QImage actual = renderOnWidget(&fast);
+    const Comparison result = compare(expected, actual);
+    qInfo("%d differing pixels of %d curve pixels", result.differing, result.curve);
+    QVERIFY(result.differing <= 2);
 }
 
 void TestCurveItem::samePixels()
