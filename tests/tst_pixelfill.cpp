@@ -95,6 +95,10 @@ private slots:
     void setsWhatDrawRectsSets();
     void setsSinglePixels_data() { setsWhatDrawRectsSets_data(); }
     void setsSinglePixels();
+
+private:
+    // Sets the rectangles, or single pixels, both ways and compares.
+    void compareWithPainter(bool single);
 };
 
 void TestPixelFill::setsWhatDrawRectsSets_data()
@@ -160,34 +164,30 @@ void TestPixelFill::setsWhatDrawRectsSets_data()
 
 void TestPixelFill::setsWhatDrawRectsSets()
 {
-    QFETCH(QImage::Format, format);
-    QFETCH(QRegion, systemClip);
-    QFETCH(Setup, setup);
-    QFETCH(bool, direct);
-
-    const QImage expected = paint(format, systemClip, setup, false);
-    bool wroteDirectly = false;
-    const QImage actual = paint(format, systemClip, setup, true, &wroteDirectly);
-    QCOMPARE(wroteDirectly, direct);
-    QCOMPARE(actual, expected);
-    // The rectangles leave a mark, also within the clips.
-    QImage blank(expected.size(), format);
-    blank.fill(Qt::white);
-    QVERIFY(expected != blank);
+    compareWithPainter(false);
 }
 
 void TestPixelFill::setsSinglePixels()
+{
+    compareWithPainter(true);
+}
+
+void TestPixelFill::compareWithPainter(bool single)
 {
     QFETCH(QImage::Format, format);
     QFETCH(QRegion, systemClip);
     QFETCH(Setup, setup);
     QFETCH(bool, direct);
 
-    const QImage expected = paint(format, systemClip, setup, false, nullptr, true);
+    const QImage expected = paint(format, systemClip, setup, false, nullptr, single);
     bool wroteDirectly = false;
-    const QImage actual = paint(format, systemClip, setup, true, &wroteDirectly, true);
+    const QImage actual = paint(format, systemClip, setup, true, &wroteDirectly, single);
     QCOMPARE(wroteDirectly, direct);
     QCOMPARE(actual, expected);
+    // What is set leaves a mark, also within the clips.
+    QImage blank(expected.size(), format);
+    blank.fill(Qt::white);
+    QVERIFY(expected != blank);
 }
 
 QTEST_MAIN(TestPixelFill)
