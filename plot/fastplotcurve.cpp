@@ -1,7 +1,6 @@
 #include "fastplotcurve.h"
 
 #include "cosmeticstroke.h"
-#include "linetips.h"
 
 #include <qwt_clipper.h>
 #include <qwt_painter.h>
@@ -232,7 +231,7 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
             const QRectF clipRect = canvasRect.adjusted(-1.0, -1.0, 1.0, 1.0);
             LineTips tips(columns, strokeBounds(painter), QPoint(int(transform.dx()), int(transform.dy())),
                           testPaintAttribute(ClipPolygons) ? &clipRect : nullptr,
-                          pen().capStyle() != Qt::FlatCap, polylineFrom, polylineTo);
+                          pen().capStyle() != Qt::FlatCap, polylineFrom, polylineTo, tipBuffers);
             tips.apply(x, y, runs, canvasRect.toAlignedRect(), &tipPixels);
         }
         if (reduced) {

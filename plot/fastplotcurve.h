@@ -1,6 +1,7 @@
 #ifndef FASTPLOTCURVE_H
 #define FASTPLOTCURVE_H
 
+#include "linetips.h"
 #include "pixelcolumns.h"
 #include "pixelfill.h"
 #include "rowruns.h"
@@ -114,6 +115,7 @@ private:
     mutable std::vector<QLineF> lines;
     mutable std::vector<QPointF> vertices;
     mutable std::vector<QPoint> tipPixels;
+    mutable LineTips::Buffers tipBuffers;
     mutable QPolygonF polyline;
     mutable std::vector<QPoint> strokePixels;
     mutable QPen pensOf{Qt::NoPen}; // the pen that flatPen and spanBrush were made of

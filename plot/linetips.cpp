@@ -47,9 +47,10 @@ bool clipAsQwt(QPointF& a, QPointF& b, const QRectF& rect)
 }
 
 LineTips::LineTips(const PixelColumns& columns, const QRect& device, const QPoint& toDevice,
-                   const QRectF* clipRect, bool squareCaps, int first, int last)
+                   const QRectF* clipRect, bool squareCaps, int first, int last, Buffers& buffers)
     : columns(columns), device(device.translated(-toDevice)), toDevice(toDevice), clipRect(clipRect),
-      first(first), last(last), stroke(device, squareCaps)
+      first(first), last(last), stroke(device, squareCaps), traced(buffers.traced),
+      tipsDrawn(buffers.tipsDrawn), openTips(buffers.openTips), outside(buffers.outside)
 {}
 
 bool LineTips::inside(const QPointF& p) const

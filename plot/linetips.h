@@ -26,12 +26,32 @@ bool clipAsQwt(QPointF& a, QPointF& b, const QRectF& rect);
 class LineTips
 {
 public:
+    struct OpenTips
+    {
+        int run;
+        unsigned char tips; // LowDrawn, HighDrawn: the tips left to look at
+    };
+    struct TipPixel
+    {
+        QPoint pixel;
+        int run; // the column whose tip set it
+    };
+    // What the work needs room for, kept by the caller from one drawing to
+    // the next, so that drawing allocates only when it needs more room.
+    struct Buffers
+    {
+        std::vector<QPoint> traced;           // what the lines of one tip set
+        std::vector<unsigned char> tipsDrawn; // per run
+        std::vector<OpenTips> openTips;
+        std::vector<TipPixel> outside; // pixels set outside the columns' spans
+    };
+
     // device: the paint device's pixels, and toDevice the painter's
     // translation to them, in whole pixels. clipRect: where Qwt cuts the
     // polyline, or null when it doesn't. squareCaps: the pen's caps aren't
     // flat. first and last: the samples the polyline starts and ends with.
     LineTips(const PixelColumns& columns, const QRect& device, const QPoint& toDevice, const QRectF* clipRect,
-             bool squareCaps, int first, int last);
+             bool squareCaps, int first, int last, Buffers& buffers);
 
     // Runs as PixelColumns::lines made them from x and y; rows top to
     // bottom and columns left to right can be seen. Raises low or lowers
@@ -62,21 +82,11 @@ private:
     const int first;
     const int last;
     CosmeticStroke stroke;
-    std::vector<QPoint> traced; // what the lines of one tip set
     enum { LowDrawn = 1, HighDrawn = 2 };
-    std::vector<unsigned char> tipsDrawn; // per run
-    struct OpenTips
-    {
-        int run;
-        unsigned char tips; // LowDrawn, HighDrawn: the tips left to look at
-    };
-    std::vector<OpenTips> openTips;
-    struct TipPixel
-    {
-        QPoint pixel;
-        int run; // the column whose tip set it
-    };
-    std::vector<TipPixel> outside; // pixels set outside the columns' spans
+    std::vector<QPoint>& traced;
+    std::vector<unsigned char>& tipsDrawn;
+    std::vector<OpenTips>& openTips;
+    std::vector<TipPixel>& outside;
 };
 
 #endif // LINETIPS_H
