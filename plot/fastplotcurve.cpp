@@ -210,7 +210,7 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
 
     if (QwtPainter::roundingAlignment(painter)) {
         const bool wholePixels = paintsWholePixels(painter);
-        const PixelColumns columns(xMap, yMap, !wholePixels, &samplePixels);
+        const PixelColumns columns(xMap, yMap, !wholePixels, &sampleRows);
         bool reduced = false;
         switch (style()) {
         case Lines:

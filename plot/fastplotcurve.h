@@ -106,7 +106,7 @@ private:
     // Kept from one replot to the next, so that drawing allocates only when
     // it needs more room than before.
     mutable std::vector<ColumnRun> runs;
-    mutable std::vector<int> samplePixels; // for PixelColumns
+    mutable std::vector<int> sampleRows; // for PixelColumns
     mutable std::vector<ColumnSpan> columnSpans;
     mutable RowRuns rowRuns;
     mutable std::vector<QRect> spans;

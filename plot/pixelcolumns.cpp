@@ -209,49 +209,53 @@ double mapFactor(const QwtScaleMap& map, const double* probes, int count)
     return factor;
 }
 
-// Rounds the pixels of v[0..count) into out. Pixels from 0 up to 2^30
-// round alike both ways, v + 0.5 cut to a whole number; the few below 0
-// are rounded one by one. False when a pixel lies beyond +-2^30 or isn't a
-// number.
-template <typename Round>
+// Rounds the pixels of v[0..count) into out, two at a time, as the scalar
+// round does: half away from zero (halfAway), or as qRound, which cuts
+// d + 0.5 from 0 on and below 0 works from int(d - 1). False when a pixel
+// lies beyond +-2^30 or isn't a number.
+template <bool HalfAway, typename Round>
 bool mapToPixels(const QwtScaleMap& map, double factor, const double* v, int count, int* out, Round round)
 {
     const double p1 = map.p1();
     const double s1 = map.s1();
     int k = 0;
-    int below = 0; // pixels below 0, and beyond the limit or not numbers
-    int bad = 0;
+    int bad = 0; // pixels beyond the limit, or not numbers
 #if defined(__SSE2__)
     const __m128d p1s = _mm_set1_pd(p1);
     const __m128d s1s = _mm_set1_pd(s1);
     const __m128d factors = _mm_set1_pd(factor);
     const __m128d half = _mm_set1_pd(0.5);
+    const __m128d one = _mm_set1_pd(1.0);
+    const __m128d signBit = _mm_set1_pd(-0.0);
     const __m128d zero = _mm_setzero_pd();
     const __m128d limit = _mm_set1_pd(coordinateLimit);
     const __m128d lowLimit = _mm_set1_pd(-coordinateLimit);
     for (; k + 2 <= count; k += 2) {
         const __m128d p = _mm_add_pd(p1s, _mm_mul_pd(_mm_sub_pd(_mm_loadu_pd(v + k), s1s), factors));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + k), _mm_cvttpd_epi32(_mm_add_pd(p, half)));
-        below |= _mm_movemask_pd(_mm_cmplt_pd(p, zero));
+        __m128i rounded;
+        if constexpr (HalfAway) {
+            // p + 0.5 or p - 0.5, cut towards zero.
+            rounded = _mm_cvttpd_epi32(_mm_add_pd(p, _mm_or_pd(half, _mm_and_pd(p, signBit))));
+        } else {
+            const __m128i above = _mm_cvttpd_epi32(_mm_add_pd(p, half));
+            const __m128i base = _mm_cvttpd_epi32(_mm_sub_pd(p, one));
+            const __m128i below =
+                _mm_add_epi32(_mm_cvttpd_epi32(_mm_add_pd(_mm_sub_pd(p, _mm_cvtepi32_pd(base)), half)), base);
+            // The two 64-bit lanes of the comparison give the two ints.
+            const __m128i negative =
+                _mm_shuffle_epi32(_mm_castpd_si128(_mm_cmplt_pd(p, zero)), _MM_SHUFFLE(3, 3, 2, 0));
+            rounded = _mm_or_si128(_mm_and_si128(negative, below), _mm_andnot_si128(negative, above));
+        }
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + k), rounded);
         bad |= _mm_movemask_pd(_mm_or_pd(_mm_cmpnlt_pd(p, limit), _mm_cmpngt_pd(p, lowLimit)));
     }
 #endif
     for (; k < count; ++k) {
         const double p = p1 + (v[k] - s1) * factor;
-        below |= p < 0.0;
         bad |= !(p < coordinateLimit && p > -coordinateLimit);
-        out[k] = bad ? 0 : static_cast<int>(p + 0.5);
+        out[k] = bad ? 0 : static_cast<int>(round(p));
     }
-    if (bad)
-        return false;
-    if (below) {
-        for (k = 0; k < count; ++k) {
-            const double p = p1 + (v[k] - s1) * factor;
-            if (p < 0.0)
-                out[k] = static_cast<int>(round(p));
-        }
-    }
-    return true;
+    return !bad;
 }
 
 } // namespace
@@ -297,41 +301,38 @@ IndexRange visibleRange(const double* x, int from, int to, const QwtScaleMap& xM
 }
 
 template <PixelColumns::Rounding R>
-bool PixelColumns::runsBySample(const double* x, const double* y, int from, int to, int before, int after,
+bool PixelColumns::runsFromRows(const double* x, const double* y, int from, int to, int before, int after,
                                 std::vector<ColumnRun>& out) const
 {
     const int count = to - from + 1;
-    const double xProbes[] = {x[from], x[to], x[from + count / 2]};
-    const double xFactor = mapFactor(xMap, xProbes, 3);
     const double yProbes[] = {y[from], y[to], y[from + count / 2]};
     const double yFactor = mapFactor(yMap, yProbes, 3);
-    if (xFactor == 0.0 || yFactor == 0.0)
+    if (yFactor == 0.0)
         return false;
-    pixels->resize(2 * size_t(count));
-    int* const px = pixels->data();
-    int* const py = px + count;
+    rows->resize(size_t(count));
+    int* const py = rows->data();
     const auto round = [](double p) {
         if constexpr (R == Rounding::QRound)
             return roundQ(p);
         else
             return roundHalfAway(p);
     };
-    if (!mapToPixels(xMap, xFactor, x + from, count, px, round) ||
-        !mapToPixels(yMap, yFactor, y + from, count, py, round))
+    if (!mapToPixels<R == Rounding::HalfAway>(yMap, yFactor, y + from, count, py, round))
         return false;
+    const auto pixelX = [&](int i) { return round(xMap.transform(x[i])); };
 
     out.clear();
     // Where the value map turns values upside down, the smallest value has
     // the largest row.
     const bool lowFirst = yFactor >= 0.0;
-    int i = 0;
-    while (i < count) {
-        const int column = px[i];
-        int j = i;
-        while (j + 1 < count && px[j + 1] == column)
-            ++j;
-        const int s = i > 0 ? i - before : i;
-        const int e = j + 1 < count ? j + after : j;
+    int i = from;
+    double column = pixelX(i);
+    int guess = 1;
+    while (i <= to) {
+        double nextColumn = column;
+        const int j = lastInColumn(i, to, column, true, guess, pixelX, &nextColumn);
+        const int s = (i > from ? i - before : i) - from;
+        const int e = (j < to ? j + after : j) - from;
         int low = py[s];
         int high = py[s];
         int lowAt = s;
@@ -352,10 +353,12 @@ bool PixelColumns::runsBySample(const double* x, const double* y, int from, int 
         run.lowFirst = lowFirst || low == high;
         run.lowValue = y[from + lowAt];
         run.highValue = y[from + highAt];
-        run.begin = from + i;
-        run.end = from + j;
+        run.begin = i;
+        run.end = j;
         out.push_back(run);
+        guess = j - i + 1;
         i = j + 1;
+        column = nextColumn;
     }
     return true;
 }
@@ -373,11 +376,11 @@ bool PixelColumns::columnRuns(const double* x, const double* y, int from, int to
     const auto pixelX = [&](int i) { return round(xMap.transform(x[i])); };
     const auto pixelY = [&](double value) { return round(yMap.transform(value)); };
 
-    // Up to a dozen samples a column, mapping every sample costs less than
-    // searching for the ends of the columns.
-    if (pixels && sortedTimes && !ordered && to > from &&
+    // Up to a dozen samples a column, mapping every value costs less than
+    // finding each column's extremes and mapping those.
+    if (rows && sortedTimes && !ordered && to > from &&
         to - from < 12 * (std::abs(pixelX(from) - pixelX(to)) + 1.0) &&
-        runsBySample<R>(x, y, from, to, before, after, out))
+        runsFromRows<R>(x, y, from, to, before, after, out))
         return true;
 
     out.clear();

@@ -78,11 +78,11 @@ class PixelColumns
 public:
     // The maps must have no transformation (linear scales). ordered: whether
     // lowFirst is wanted; finding the extremes without their order is faster.
-    // pixels, if given, holds the pixels of samples where columns are narrow,
+    // rows, if given, holds the rows of samples where columns are narrow,
     // and keeps its memory from one call to the next.
     PixelColumns(const QwtScaleMap& xMap, const QwtScaleMap& yMap, bool ordered,
-                 std::vector<int>* pixels = nullptr)
-        : xMap(xMap), yMap(yMap), ordered(ordered), pixels(pixels)
+                 std::vector<int>* rows = nullptr)
+        : xMap(xMap), yMap(yMap), ordered(ordered), rows(rows)
     {}
 
     // Lines through the samples. sortedTimes allows the columns to be
@@ -118,11 +118,12 @@ private:
         HalfAway // half away from zero in double, as Qwt's point mapper rounds lines
     };
 
-    // Columns of few samples each, on sorted times: every sample mapped to
-    // its pixel in one pass, then the columns read off the pixels. False
-    // where a pixel lies beyond what an int holds, or isn't a number.
+    // Columns of few samples each, on sorted times: the rows of all samples
+    // mapped in one pass, two at a time, and the columns' extremes found
+    // among those rows. False where a row lies beyond what an int holds, or
+    // isn't a number.
     template <Rounding R>
-    bool runsBySample(const double* x, const double* y, int from, int to, int before, int after,
+    bool runsFromRows(const double* x, const double* y, int from, int to, int before, int after,
                       std::vector<ColumnRun>& out) const;
 
     template <Rounding R>
@@ -132,7 +133,7 @@ private:
     const QwtScaleMap& xMap;
     const QwtScaleMap& yMap;
     const bool ordered;
-    std::vector<int>* const pixels;
+    std::vector<int>* const rows;
 };
 
 #endif // PIXELCOLUMNS_H

@@ -1,7 +1,7 @@
-// The columns of a curve come out the same whether every sample is mapped to
-// its pixel in one pass or the ends of the columns are searched for: same
-// columns, same rows, same samples, for lines, steps and sticks, also where
-// pixels lie left of or above the canvas and where values fall on half
+// The columns of a curve come out the same whether the rows of all samples
+// are mapped in one pass or each column's extreme values are found and
+// mapped: same columns, same rows, same samples, for lines, steps and
+// sticks, also where rows lie above the canvas and where values fall on half
 // pixels, which the two roundings treat differently below zero.
 
 #include "pixelcolumns.h"
@@ -142,13 +142,13 @@ void TestPixelColumns::bothWaysAlike()
     yMap.setPaintInterval(maps.yPaint1, maps.yPaint2);
 
     PixelColumns searched(xMap, yMap, false);
-    std::vector<int> pixels;
-    PixelColumns mapped(xMap, yMap, false, &pixels);
+    std::vector<int> rows;
+    PixelColumns mapped(xMap, yMap, false, &rows);
     std::vector<ColumnRun> expected;
     std::vector<ColumnRun> actual;
     QVERIFY(run(searched, style, samples, expected));
     QVERIFY(run(mapped, style, samples, actual));
-    QCOMPARE(!pixels.empty(), tried);
+    QCOMPARE(!rows.empty(), tried);
 
     // A value on a column's extreme row is any value that rounds to it.
     const auto row = [&](double value) {
