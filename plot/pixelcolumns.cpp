@@ -301,66 +301,26 @@ IndexRange visibleRange(const double* x, int from, int to, const QwtScaleMap& xM
 }
 
 template <PixelColumns::Rounding R>
-bool PixelColumns::runsFromRows(const double* x, const double* y, int from, int to, int before, int after,
-                                std::vector<ColumnRun>& out) const
+const int* PixelColumns::mappedRows(const double* y, int from, int to, bool* lowFirst) const
 {
     const int count = to - from + 1;
-    const double yProbes[] = {y[from], y[to], y[from + count / 2]};
-    const double yFactor = mapFactor(yMap, yProbes, 3);
-    if (yFactor == 0.0)
-        return false;
+    const double probes[] = {y[from], y[to], y[from + count / 2]};
+    const double factor = mapFactor(yMap, probes, 3);
+    if (factor == 0.0)
+        return nullptr;
     rows->resize(size_t(count));
-    int* const py = rows->data();
     const auto round = [](double p) {
         if constexpr (R == Rounding::QRound)
             return roundQ(p);
         else
             return roundHalfAway(p);
     };
-    if (!mapToPixels<R == Rounding::HalfAway>(yMap, yFactor, y + from, count, py, round))
-        return false;
-    const auto pixelX = [&](int i) { return round(xMap.transform(x[i])); };
-
-    out.clear();
+    if (!mapToPixels<R == Rounding::HalfAway>(yMap, factor, y + from, count, rows->data(), round))
+        return nullptr;
     // Where the value map turns values upside down, the smallest value has
     // the largest row.
-    const bool lowFirst = yFactor >= 0.0;
-    int i = from;
-    double column = pixelX(i);
-    int guess = 1;
-    while (i <= to) {
-        double nextColumn = column;
-        const int j = lastInColumn(i, to, column, true, guess, pixelX, &nextColumn);
-        const int s = (i > from ? i - before : i) - from;
-        const int e = (j < to ? j + after : j) - from;
-        int low = py[s];
-        int high = py[s];
-        int lowAt = s;
-        int highAt = s;
-        for (int k = s + 1; k <= e; ++k) {
-            const int row = py[k];
-            lowAt = row < low ? k : lowAt;
-            highAt = row > high ? k : highAt;
-            low = std::min(low, row);
-            high = std::max(high, row);
-        }
-        ColumnRun run;
-        run.x = column;
-        run.first = py[s];
-        run.last = py[e];
-        run.low = low;
-        run.high = high;
-        run.lowFirst = lowFirst || low == high;
-        run.lowValue = y[from + lowAt];
-        run.highValue = y[from + highAt];
-        run.begin = i;
-        run.end = j;
-        out.push_back(run);
-        guess = j - i + 1;
-        i = j + 1;
-        column = nextColumn;
-    }
-    return true;
+    *lowFirst = factor >= 0.0;
+    return rows->data();
 }
 
 template <PixelColumns::Rounding R>
@@ -378,10 +338,11 @@ bool PixelColumns::columnRuns(const double* x, const double* y, int from, int to
 
     // Up to a dozen samples a column, mapping every value costs less than
     // finding each column's extremes and mapping those.
-    if (rows && sortedTimes && !ordered && to > from &&
-        to - from < 12 * (std::abs(pixelX(from) - pixelX(to)) + 1.0) &&
-        runsFromRows<R>(x, y, from, to, before, after, out))
-        return true;
+    bool rowsLowFirst = true;
+    const int* const rowOf = rows && sortedTimes && !ordered && to > from &&
+                                     to - from < 12 * (std::abs(pixelX(from) - pixelX(to)) + 1.0)
+                                 ? mappedRows<R>(y, from, to, &rowsLowFirst)
+                                 : nullptr;
 
     out.clear();
     int i = from;
@@ -396,32 +357,55 @@ bool PixelColumns::columnRuns(const double* x, const double* y, int from, int to
         const int s = i > from ? i - before : i;
         const int e = j < to ? j + after : j;
         ColumnRun run;
-        double valueA;
-        double valueB;
-        if (ordered) {
-            int lowAt;
-            int highAt;
-            if (!extremesAt(y, s, e, &lowAt, &highAt))
-                return false;
-            // In the order in which the line reaches them.
-            valueA = y[std::min(lowAt, highAt)];
-            valueB = y[std::max(lowAt, highAt)];
-        } else if (!extremes(y, s, e, &valueA, &valueB)) {
-            return false;
-        }
-        const double rowA = pixelY(valueA);
-        const double rowB = pixelY(valueB);
         run.x = column;
-        run.first = pixelY(y[s]);
-        run.last = pixelY(y[e]);
-        // The value map may turn values upside down.
-        run.low = std::min(rowA, rowB);
-        run.high = std::max(rowA, rowB);
-        run.lowFirst = rowA <= rowB;
-        run.lowValue = rowA <= rowB ? valueA : valueB;
-        run.highValue = rowA <= rowB ? valueB : valueA;
         run.begin = i;
         run.end = j;
+        if (rowOf) {
+            // The rows are counted from sample `from`.
+            const auto row = [&](int k) { return rowOf[k - from]; };
+            int low = row(s);
+            int high = row(s);
+            int lowAt = s;
+            int highAt = s;
+            for (int k = s + 1; k <= e; ++k) {
+                const int r = row(k);
+                lowAt = r < low ? k : lowAt;
+                highAt = r > high ? k : highAt;
+                low = std::min(low, r);
+                high = std::max(high, r);
+            }
+            run.first = row(s);
+            run.last = row(e);
+            run.low = low;
+            run.high = high;
+            run.lowFirst = rowsLowFirst || low == high;
+            run.lowValue = y[lowAt];
+            run.highValue = y[highAt];
+        } else {
+            double valueA;
+            double valueB;
+            if (ordered) {
+                int lowAt;
+                int highAt;
+                if (!extremesAt(y, s, e, &lowAt, &highAt))
+                    return false;
+                // In the order in which the line reaches them.
+                valueA = y[std::min(lowAt, highAt)];
+                valueB = y[std::max(lowAt, highAt)];
+            } else if (!extremes(y, s, e, &valueA, &valueB)) {
+                return false;
+            }
+            const double rowA = pixelY(valueA);
+            const double rowB = pixelY(valueB);
+            run.first = pixelY(y[s]);
+            run.last = pixelY(y[e]);
+            // The value map may turn values upside down.
+            run.low = std::min(rowA, rowB);
+            run.high = std::max(rowA, rowB);
+            run.lowFirst = rowA <= rowB;
+            run.lowValue = rowA <= rowB ? valueA : valueB;
+            run.highValue = rowA <= rowB ? valueB : valueA;
+        }
         out.push_back(run);
         guess = j - i + 1;
         i = j + 1;

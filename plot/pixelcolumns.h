@@ -118,13 +118,11 @@ private:
         HalfAway // half away from zero in double, as Qwt's point mapper rounds lines
     };
 
-    // Columns of few samples each, on sorted times: the rows of all samples
-    // mapped in one pass, two at a time, and the columns' extremes found
-    // among those rows. False where a row lies beyond what an int holds, or
-    // isn't a number.
-    template <Rounding R>
-    bool runsFromRows(const double* x, const double* y, int from, int to, int before, int after,
-                      std::vector<ColumnRun>& out) const;
+    // The rows of y[from..to], mapped in one pass two at a time, indexed
+    // like y; lowFirst tells whether the smallest value has the smallest
+    // row. Null where a row lies beyond what an int holds, or isn't a
+    // number.
+    template <Rounding R> const int* mappedRows(const double* y, int from, int to, bool* lowFirst) const;
 
     template <Rounding R>
     bool columnRuns(const double* x, const double* y, int from, int to, bool sortedTimes, int before,
