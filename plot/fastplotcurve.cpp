@@ -193,13 +193,13 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
     // and the last lie beyond the canvas, or end the curve.
     const auto drawPlain = [&]() { QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to); };
 
-    // Where the pixel columns hold a sample or two each, Qwt's own line
-    // through the samples in view costs about what the columns cost, and it
-    // is the picture itself. Steps and sticks are rows and columns of
-    // pixels, which the columns fill at a third of the cost of Qt's stroking.
-    // Qt's stroker sets those lines' pixels one by one through its clip and
-    // blending; where the painter would set each pixel plainly, they are
-    // set straight in the image.
+    // Where the pixel columns hold a sample or two each, the line through
+    // the samples in view is the picture itself and costs about what the
+    // columns would. Qt's stroker sets its pixels one by one through its
+    // clip and blending; where the painter would set each pixel plainly,
+    // the same pixels are set straight in the image, and otherwise Qwt draws
+    // the line. Steps and sticks are rows and columns of pixels, which the
+    // columns fill at a third of the cost of Qt's stroking.
     if (sorted && style() == Lines && to - from < 2 * canvasRect.width()) {
         const bool finite = known.valuesFinite.value_or(false) || finiteValues(y, from, to);
         if (!finite || !QwtPainter::roundingAlignment(painter) || !paintsWholePixels(painter) ||
