@@ -302,18 +302,14 @@ private slots:
     void roundTripAfterLiveRun();
     void writtenWithoutRun_data();
     void writtenWithoutRun();
-    void olderVersions_data();
-    void olderVersions();
+    void loadedFiles_data();
+    void loadedFiles();
     void plotSizeQuestion_data();
     void plotSizeQuestion();
-    void rejectedLoads_data();
-    void rejectedLoads();
-    void writeFailure();
-    void damagedFiles_data();
-    void damagedFiles();
+    void rejectedFiles_data();
+    void rejectedFiles();
     void dialogs_data();
     void dialogs();
-    void commandLine();
 
 private:
     static std::unique_ptr<VistrelMainWindow> makeWindow();
@@ -618,11 +614,13 @@ void TestDataIo::writtenWithoutRun()
     }
     QCOMPARE(bytes.size(), at);
 
+    // Opened from the command line: the first data or project file counts.
     const auto other = makeWindow();
     BoxScript noBoxes(other.get());
-    other->readDataFile(path);
+    other->openCommandLineFile({"vistrel", "notes.txt", path, "second.vtlprj"});
     QCOMPARE(noBoxes.lines, QStringList());
     QCOMPARE(other->statusBarLabels()->textLabelMode->text(), QStringLiteral("OFFLINE - DATA"));
+    QCOMPARE(other->currentDataFileName(), path);
     QCOMPARE(other->tableConfig->rowCount(), rows);
     QCOMPARE(other->curves.size(), rows);
     QCOMPARE(cellLines(*other, cells), cells);
@@ -632,12 +630,17 @@ void TestDataIo::writtenWithoutRun()
     QVERIFY(other->plot->axisEnabled(QwtPlot::yRight));
 }
 
-void TestDataIo::olderVersions_data()
+// Files loaded without a question: the older versions, and damaged files of
+// which what could be read is shown without a message.
+void TestDataIo::loadedFiles_data()
 {
     QTest::addColumn<QByteArray>("file");
     QTest::addColumn<QStringList>("cells");
-    QTest::addColumn<QList<Points>>("points");
-    QTest::addColumn<QStringList>("axes");
+    QTest::addColumn<QList<Points>>("points"); // empty: as many as each row counts
+    QTest::addColumn<QStringList>("axes");     // empty: not checked
+    QTest::addColumn<double>("origin");
+    QTest::addColumn<double>("runTime");
+    QTest::addColumn<QString>("startText");
 
     // The oldest version: no mask, axis, enable or ranges.
     DataFileHeaderV1 oldHeader;
@@ -682,7 +685,8 @@ void TestDataIo::olderVersions_data()
                    "1:btr=----- 1:scale=0.250000 1:offset=-40.000000 1:rawmin=-240 1:rawmax=560 1:mask=0xFF "
                    "1:en=1 1:cnt=2")
                .split(' ')
-        << QList<Points>{{{3, 2, 1}, {30, 20, 10}}, {{9, 8}, {90, 80}}} << defaultAxes;
+        << QList<Points>{{{3, 2, 1}, {30, 20, 10}}, {{9, 8}, {90, 80}}} << defaultAxes << 3600.25 << 42.5
+        << "Start: 01:00:00.250";
 
     // The middle version: a 32-byte header, so no axis records.
     DataFileHeader middleHeader;
@@ -710,34 +714,49 @@ void TestDataIo::olderVersions_data()
                    "1:vmin=-50 1:vmax=50 1:rawmin=-101 1:rawmax=99 1:scale=0.5 1:offset=0.5 1:mask=255 "
                    "1:en=1 1:cnt=1")
                .split(' ')
-        << QList<Points>{{{1.5, 0.5}, {4, 3}}, {{7}, {8}}} << defaultAxes;
-}
+        << QList<Points>{{{1.5, 0.5}, {4, 3}}, {{7}, {8}}} << defaultAxes << 3600.25 << 42.5
+        << "Start: 01:00:00.250";
 
-void TestDataIo::olderVersions()
-{
-    QFETCH(QByteArray, file);
-    QFETCH(QStringList, cells);
-    QFETCH(QList<Points>, points);
-    QFETCH(QStringList, axes);
-
-    const QString path = writeBytes(QStringLiteral("older.vtldat"), file);
-    const auto window = makeWindow();
-    VistrelMainWindow& w = *window;
-    BoxScript noBoxes(&w);
-    w.readDataFile(path);
-    QTest::qWait(0);
-    QCOMPARE(noBoxes.lines, QStringList());
-
-    QCOMPARE(w.currentOperatingMode(), int(ModeData));
-    QCOMPARE(w.tableConfig->rowCount(), points.size());
-    QCOMPARE(cellLines(w, cells), cells);
-    for (int row = 0; row < points.size(); ++row)
-        QVERIFY2(pointsOf(w, row) == points[row], qPrintable(QStringLiteral("points of row %1").arg(row)));
-    QCOMPARE(axesOf(w), axes);
-    QVERIFY(w.timeOrigin() == 3600.25);
-    QVERIFY(w.runTime() == 42.5);
-    QCOMPARE(w.plot->timeScaleEnd(), 42.5);
-    QCOMPARE(w.plotSize, 5000u);
+    // Damaged files. Times that no clock gives read as 0.
+    const auto damaged = [](const char* name, const QByteArray& file, const QStringList& cells) {
+        QTest::newRow(name) << file << cells << QList<Points>() << QStringList() << 0.0 << 0.0
+                            << QStringLiteral("Start: 00:00:00.000");
+    };
+    const DataFileHeader header = headerOf(2);
+    const QByteArray two = encodeDataHeader(header) + curve(sampleRecord("one", 3), {3, 2, 1}, {1, 2, 3}) +
+                           curve(sampleRecord("two", 2), {2, 1}, {5, 6});
+    damaged("second y array cut", two.left(two.size() - 1), {"0:cnt=3", "1:name=two", "1:cnt=1"});
+    DataFileHeader many = header;
+    many.curveCount = INT_MAX;
+    damaged("curve count beyond the records", encodeDataHeader(many) + two.mid(96),
+            QStringList{"0:cnt=3", "1:cnt=2"});
+    DataCurveRecord huge = sampleRecord("huge", INT_MAX);
+    damaged("point count INT_MAX", encodeDataHeader(header) + curve(huge, {1, 2}, {3, 4}),
+            QStringList{"0:name=huge", "0:cnt=0"});
+    // An empty raw range gives no scaling: the stored doubles stand in.
+    DataCurveRecord flat = sampleRecord("flat", 1);
+    flat.rawValueMin = 5;
+    flat.rawValueMax = 5;
+    flat.scale = 0.125;
+    flat.offset = -3.5;
+    // Axes that Qwt can't divide are drawn without failing.
+    DataFileHeader wild = header;
+    wild.curveCount = 1;
+    wild.timeOrigin = std::numeric_limits<double>::quiet_NaN();
+    wild.runTime = std::numeric_limits<double>::infinity();
+    wild.axes[0].min = std::numeric_limits<double>::quiet_NaN();
+    wild.axes[0].max = std::numeric_limits<double>::infinity();
+    wild.axes[1] = {-1e300, 1e300, 1e-300, 1, 1};
+    damaged("times not finite, wild axes", encodeDataHeader(wild) + curve(sampleRecord("w", 1), {1}, {2}),
+            QStringList{"0:name=w", "0:cnt=1"});
+    DataFileHeader far = header;
+    far.curveCount = 1;
+    far.timeOrigin = 1e300;
+    far.runTime = -1e16;
+    damaged("times out of range", encodeDataHeader(far) + curve(sampleRecord("w", 1), {1e300}, {2}),
+            QStringList{"0:name=w", "0:cnt=1"});
+    damaged("raw minimum equals raw maximum", encodeDataHeader(header) + curve(flat, {1}, {2}),
+            QStringList{"0:rawmin=5", "0:rawmax=5", "0:scale=0.125", "0:offset=-3.5"});
 }
 
 void TestDataIo::plotSizeQuestion_data()
@@ -801,11 +820,11 @@ void TestDataIo::plotSizeQuestion()
     QCOMPARE(cellLines(w, {"0:cnt=6000"}), QStringList{"0:cnt=6000"});
 }
 
-void TestDataIo::rejectedLoads_data()
+void TestDataIo::rejectedFiles_data()
 {
     using Answers = QList<QMessageBox::StandardButton>;
     QTest::addColumn<QString>("name");
-    QTest::addColumn<QByteArray>("content"); // for a name starting with "absent": no file
+    QTest::addColumn<QByteArray>("content"); // null: no file
     QTest::addColumn<Answers>("answers");
     QTest::addColumn<QStringList>("boxes"); // %1: the path
 
@@ -834,29 +853,34 @@ void TestDataIo::rejectedLoads_data()
         << "other.vtldat" << other << Answers{QMessageBox::No} << QStringList{configurationQuestion};
     QTest::newRow("No to the reset") << "other.vtldat" << other << Answers{QMessageBox::Yes, QMessageBox::No}
                                      << QStringList{configurationQuestion, resetQuestion};
+    // Writing into a folder that doesn't exist.
+    QTest::newRow("write fails") << "no-such-dir/d.vtldat" << QByteArray() << Answers{}
+                                 << QStringList{"C|Cannot write file %1"};
 }
 
-void TestDataIo::rejectedLoads()
+void TestDataIo::rejectedFiles()
 {
     QFETCH(QString, name);
     QFETCH(QByteArray, content);
     QFETCH(QList<QMessageBox::StandardButton>, answers);
     QFETCH(QStringList, boxes);
 
-    const QString path =
-        name.startsWith("absent") ? TestSupport::temporaryPath(name) : writeBytes(name, content);
+    const bool write = name.startsWith("no-such-dir/");
+    const QString path = content.isNull() ? TestSupport::temporaryPath(name) : writeBytes(name, content);
     const auto window = windowWithPoints();
     VistrelMainWindow& w = *window;
     *w.axisSettings[1] = {-1.0, 1.0, 0.5, true, true};
     w.setOperatingMode(ModeStopped);
-    const QMap<QString, QString> cells0 = cellsOf(w, 0);
-    const QMap<QString, QString> cells1 = cellsOf(w, 1);
-    const Points points0 = pointsOf(w, 0);
-    const Points points1 = pointsOf(w, 1);
+    const QMap<QString, QString> cells[] = {cellsOf(w, 0), cellsOf(w, 1)};
+    const Points points[] = {pointsOf(w, 0), pointsOf(w, 1)};
+    QCOMPARE(points[0].x.size(), 3);
     const double timeOrigin = w.timeOrigin();
 
     BoxScript script(&w, answers);
-    w.readDataFile(path);
+    if (write)
+        w.writeDataFile(path);
+    else
+        w.readDataFile(path);
     for (QString& box : boxes)
         box.replace("%1", path);
     QCOMPARE(script.lines, boxes);
@@ -864,115 +888,63 @@ void TestDataIo::rejectedLoads()
     // Nothing has changed.
     QCOMPARE(w.tableConfig->rowCount(), 2);
     QCOMPARE(w.curves.size(), 2);
-    QCOMPARE(cellsOf(w, 0), cells0);
-    QCOMPARE(cellsOf(w, 1), cells1);
-    QVERIFY(pointsOf(w, 0) == points0);
-    QVERIFY(pointsOf(w, 1) == points1);
-    QCOMPARE(points0.x.size(), 3);
+    for (int row = 0; row < 2; ++row) {
+        QCOMPARE(cellsOf(w, row), cells[row]);
+        QVERIFY(pointsOf(w, row) == points[row]);
+    }
     QCOMPARE(axesOf(w)[1], QStringLiteral("-1,1,0.5,1,1"));
     QCOMPARE(w.currentOperatingMode(), int(ModeStopped));
     QCOMPARE(w.currentProjectFileName(), QStringLiteral("kept.vtlprj"));
-    QCOMPARE(w.currentDataFileName(), QString());
     QVERIFY(w.timeOrigin() == timeOrigin);
-}
-
-void TestDataIo::writeFailure()
-{
-    const auto window = windowWithPoints();
-    VistrelMainWindow& w = *window;
-    const QString path = TestSupport::temporaryPath(QStringLiteral("no-such-dir/d.vtldat"));
-    BoxScript script(&w);
-    w.writeDataFile(path);
-
-    QCOMPARE(script.lines, QStringList{"C|Cannot write file " + path});
-    // The name was taken before the file was tried.
+    if (!write) {
+        QCOMPARE(w.currentDataFileName(), QString());
+        return;
+    }
+    // A write takes the name before it tries the file.
     QCOMPARE(w.currentDataFileName(), path);
     QCOMPARE(w.statusBarLabels()->textLabelDataFile->text(), "Data: " + path);
     QVERIFY(w.dataSaveAction->isEnabled());
     QVERIFY(!QFile::exists(path));
-    QCOMPARE(w.tableConfig->rowCount(), 2);
 }
 
-void TestDataIo::damagedFiles_data()
-{
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<QStringList>("cells");
-    QTest::addColumn<QString>("startText"); // empty: not checked
-    QTest::addColumn<QString>("runText");
-
-    const DataFileHeader header = headerOf(2);
-    const QByteArray two = encodeDataHeader(header) + curve(sampleRecord("one", 3), {3, 2, 1}, {1, 2, 3}) +
-                           curve(sampleRecord("two", 2), {2, 1}, {5, 6});
-    QTest::newRow("second y array cut")
-        << two.left(two.size() - 1) << QStringList{"0:cnt=3", "1:name=two", "1:cnt=1"} << QString()
-        << QString();
-    DataFileHeader many = header;
-    many.curveCount = INT_MAX;
-    QTest::newRow("curve count beyond the records")
-        << encodeDataHeader(many) + two.mid(96) << QStringList{"0:cnt=3", "1:cnt=2"} << QString()
-        << QString();
-    DataCurveRecord huge = sampleRecord("huge", INT_MAX);
-    QTest::newRow("point count INT_MAX") << encodeDataHeader(header) + curve(huge, {1, 2}, {3, 4})
-                                         << QStringList{"0:name=huge", "0:cnt=0"} << QString() << QString();
-    // An empty raw range gives no scaling: the stored doubles stand in.
-    DataCurveRecord flat = sampleRecord("flat", 1);
-    flat.rawValueMin = 5;
-    flat.rawValueMax = 5;
-    flat.scale = 0.125;
-    flat.offset = -3.5;
-    // Times that no clock gives read as 0; axes that Qwt can't divide are
-    // drawn without failing.
-    DataFileHeader wild = header;
-    wild.curveCount = 1;
-    wild.timeOrigin = std::numeric_limits<double>::quiet_NaN();
-    wild.runTime = std::numeric_limits<double>::infinity();
-    wild.axes[0].min = std::numeric_limits<double>::quiet_NaN();
-    wild.axes[0].max = std::numeric_limits<double>::infinity();
-    wild.axes[1] = {-1e300, 1e300, 1e-300, 1, 1};
-    QTest::newRow("times not finite, wild axes")
-        << encodeDataHeader(wild) + curve(sampleRecord("w", 1), {1}, {2})
-        << QStringList{"0:name=w", "0:cnt=1"} << "Start: 00:00:00.000"
-        << "Run: 0.000 s";
-    DataFileHeader far = header;
-    far.curveCount = 1;
-    far.timeOrigin = 1e300;
-    far.runTime = -1e16;
-    QTest::newRow("times out of range") << encodeDataHeader(far) + curve(sampleRecord("w", 1), {1e300}, {2})
-                                        << QStringList{"0:name=w", "0:cnt=1"} << "Start: 00:00:00.000"
-                                        << "Run: 0.000 s";
-    QTest::newRow("raw minimum equals raw maximum")
-        << encodeDataHeader(header) + curve(flat, {1}, {2})
-        << QStringList{"0:rawmin=5", "0:rawmax=5", "0:scale=0.125", "0:offset=-3.5"} << QString()
-        << QString();
-}
-
-void TestDataIo::damagedFiles()
+void TestDataIo::loadedFiles()
 {
     QFETCH(QByteArray, file);
     QFETCH(QStringList, cells);
+    QFETCH(QList<Points>, points);
+    QFETCH(QStringList, axes);
+    QFETCH(double, origin);
+    QFETCH(double, runTime);
     QFETCH(QString, startText);
-    QFETCH(QString, runText);
 
-    const QString path = writeBytes(QStringLiteral("damaged.vtldat"), file);
+    const QString path = writeBytes(QStringLiteral("loaded.vtldat"), file);
     const auto window = makeWindow();
     VistrelMainWindow& w = *window;
     BoxScript noBoxes(&w);
     w.readDataFile(path);
-
-    // No message: what could be read is shown.
+    QTest::qWait(0);
     QCOMPARE(noBoxes.lines, QStringList());
+
     QCOMPARE(w.currentOperatingMode(), int(ModeData));
     const int rows = cells.last().section(QLatin1Char(':'), 0, 0).toInt() + 1;
     QCOMPARE(w.tableConfig->rowCount(), rows);
     QCOMPARE(w.curves.size(), rows);
     QCOMPARE(cellLines(w, cells), cells);
-    if (!startText.isEmpty()) {
-        QCOMPARE(w.statusBarLabels()->textLabelStartTime->text(), startText);
-        QCOMPARE(w.statusBarLabels()->textLabelRunTime->text(), runText);
-        QCOMPARE(w.plot->timeScaleEnd(), 0.0);
+    for (int row = 0; row < rows; ++row) {
+        if (points.isEmpty())
+            QCOMPARE(w.curves[row]->pointCount(), cellsOf(w, row)["cnt"].toInt());
+        else
+            QVERIFY2(pointsOf(w, row) == points[row],
+                     qPrintable(QStringLiteral("points of row %1").arg(row)));
     }
-    for (int row = 0; row < rows; ++row)
-        QCOMPARE(w.curves[row]->pointCount(), cellsOf(w, row)["cnt"].toInt());
+    if (!axes.isEmpty())
+        QCOMPARE(axesOf(w), axes);
+    QVERIFY(w.timeOrigin() == origin);
+    QVERIFY(w.runTime() == runTime);
+    QCOMPARE(w.plot->timeScaleEnd(), runTime);
+    QCOMPARE(w.statusBarLabels()->textLabelStartTime->text(), startText);
+    QCOMPARE(w.statusBarLabels()->textLabelRunTime->text(), QString::asprintf("Run: %0.3f s", runTime));
+    QCOMPARE(w.plotSize, 5000u);
     // Drawn, too.
     w.show();
     QVERIFY(QTest::qWaitForWindowExposed(&w));
@@ -1066,24 +1038,6 @@ void TestDataIo::dialogs()
         w.dataSave();
         QCOMPARE(fileBytes(inDirectory(expected)).size(), 96 + 2 * (1096 + 48));
     }
-}
-
-void TestDataIo::commandLine()
-{
-    const auto source = makeWindow();
-    RowSetup setup;
-    setup.name = QStringLiteral("from the command line");
-    addRow(*source, setup);
-    const QString path = TestSupport::temporaryPath(QStringLiteral("command.vtldat"));
-    source->writeDataFile(path);
-
-    const auto window = makeWindow();
-    VistrelMainWindow& w = *window;
-    w.openCommandLineFile({"vistrel", "notes.txt", path, "second.vtlprj"});
-    QCOMPARE(w.currentOperatingMode(), int(ModeData));
-    QCOMPARE(w.currentDataFileName(), path);
-    QCOMPARE(cellLines(w, {"0:name=from the command line", "0:cnt=1"}),
-             (QStringList{"0:name=from the command line", "0:cnt=1"}));
 }
 
 QTEST_MAIN(TestDataIo)

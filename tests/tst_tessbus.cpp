@@ -7,6 +7,7 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QtTest>
@@ -151,7 +152,7 @@ private slots:
         QCOMPARE(tessTestOpenHandles(0), 0);
     }
 
-    void badArgumentsFailCleanly()
+    void badArgumentsAndClosedHandlesFail()
     {
         configure("net 0 virtual\n");
         const int h = openHandle(0);
@@ -195,7 +196,22 @@ private slots:
         QVERIFY(tessTestSetFailure(3, TESS_TEST_FAIL_READ, 1) != 0);
         QVERIFY(tessTestWaitForReaders(5, 1, 20) != 0);
         QCOMPARE(tessTestWaitForReaders(0, 1, 20), TESS_ERR_TIMEOUT);
+
+        // A closed handle fails, and its number is not given out again, not
+        // after a reload either.
         QCOMPARE(tessClose(h), 0);
+        count = 4;
+        QVERIFY(tessRead(h, frames, &count, nullptr) != 0);
+        QVERIFY(tessClose(h) != 0);
+        QVERIFY(tessStatus(h, &status) != 0);
+        const int second = openHandle(0);
+        QVERIFY(second != h);
+        QVERIFY(tessStatus(h, &status) != 0);
+        QCOMPARE(tessStatus(second, &status), 0);
+        configure("net 0 virtual\n");
+        QVERIFY(tessStatus(second, &status) != 0);
+        const int third = openHandle(0);
+        QVERIFY(third != h && third != second);
     }
 
     void filters_data()
@@ -291,10 +307,10 @@ private slots:
         QCOMPARE(describe(drain(b)), forB);
     }
 
-    void readFillsAtMostCount()
+    void readFillsAtMostCountAndTimesOut()
     {
         configure("net 0 virtual\n");
-        const int h = openHandle(0);
+        const int h = openHandle(0, 2047, 60);
         tessIdAdd(h, 0x10);
         std::vector<TessFrame> sent;
         for (uint8_t i = 0; i < 10; ++i)
@@ -311,6 +327,18 @@ private slots:
         QCOMPARE(tessRead(h, got, &count, nullptr), 0);
         QCOMPARE(count, 7);
         QCOMPARE(int(got[0].data[0]), 3);
+
+        // Empty, the read ends after the handle's time limit.
+        QElapsedTimer timer;
+        timer.start();
+        count = 4;
+        QCOMPARE(tessRead(h, got, &count, nullptr), TESS_ERR_TIMEOUT);
+        QVERIFY(timer.elapsed() >= 50);
+        QCOMPARE(count, 0);
+        // A handle without ids times out as well.
+        const int idle = openHandle(0, 10, 20);
+        count = 4;
+        QCOMPARE(tessRead(idle, got, &count, nullptr), TESS_ERR_TIMEOUT);
     }
 
     void blockedRead()
@@ -347,28 +375,6 @@ private slots:
         QVERIFY(result != 0);
         QCOMPARE(count.load(), 0);
         QCOMPARE(tessTestOpenHandles(0), 0);
-    }
-
-    void closedHandleFailsAndNumbersAreNotReused()
-    {
-        configure("net 0 virtual\n");
-        const int first = openHandle(0);
-        QCOMPARE(tessClose(first), 0);
-        TessFrame frames[4];
-        int count = 4;
-        QVERIFY(tessRead(first, frames, &count, nullptr) != 0);
-        QVERIFY(tessClose(first) != 0);
-        TessStatus status;
-        QVERIFY(tessStatus(first, &status) != 0);
-        const int second = openHandle(0);
-        QVERIFY(second != first);
-        QVERIFY(tessStatus(first, &status) != 0);
-        QCOMPARE(tessStatus(second, &status), 0);
-        // Not after a reload either.
-        configure("net 0 virtual\n");
-        QVERIFY(tessStatus(second, &status) != 0);
-        const int third = openHandle(0);
-        QVERIFY(third != first && third != second);
     }
 
     void reloadReleasesBlockedReads()
@@ -446,24 +452,6 @@ private slots:
         QCOMPARE(count, injected + 1);
         for (int i = 0; i < count; ++i)
             QCOMPARE(int(got[i].lost), 0);
-    }
-
-    void rxTimeout()
-    {
-        configure("net 0 virtual\n");
-        const int h = openHandle(0, 10, 60);
-        tessIdAdd(h, 0x1);
-        TessFrame frames[4];
-        int count = 4;
-        QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(tessRead(h, frames, &count, nullptr), TESS_ERR_TIMEOUT);
-        QVERIFY(timer.elapsed() >= 50);
-        QCOMPARE(count, 0);
-        // A handle without ids times out as well.
-        const int idle = openHandle(0, 10, 20);
-        count = 4;
-        QCOMPARE(tessRead(idle, frames, &count, nullptr), TESS_ERR_TIMEOUT);
     }
 
     void timestampsFollowTheCounter_data()
@@ -561,6 +549,9 @@ private slots:
             0xE3, 100000, 0x0203);
         row("long name cut to 13", "net 0 virtual name=ABCDEFGHIJKLMNOPQ", "ABCDEFGHIJKLM", 0x23, 1000000);
         row("replay", "net 0 replay " VISTREL_TEST_DATA_DIR "/replay-small.log", "REPLAY_CAN", 0x23, 1000000);
+        // Empty values are allowed: no name, no features.
+        row("empty values", "net 0 virtual name= features=", "", 0, 0);
+        row("very long name", "net 0 virtual name=" + QByteArray(5000, 'x'), "xxxxxxxxxxxxx", 0x23, 1000000);
     }
 
     void status()
@@ -593,27 +584,6 @@ private slots:
             ioctlValue(info, code, &result);
             QVERIFY(result != 0);
         }
-    }
-
-    void exampleConfiguration()
-    {
-        qputenv("TESSBUS_CONFIG", VISTREL_SOURCE_DIR "/examples/tessbus-demo.conf");
-        QCOMPARE(TestSupport::captureStderr([] { tessTestReload(); }), QByteArray());
-        const struct
-        {
-            int net;
-            const char* name;
-            int features;
-        } expected[] = {{0, "DEMO_CAN", 0x23}, {1, "BENCH_CAN", 0x21}};
-        for (const auto& e : expected) {
-            int info;
-            TessStatus status;
-            QCOMPARE(tessOpen(e.net, 0, 1, 1, 2000, 2000, &info), 0);
-            QCOMPARE(tessStatus(info, &status), 0);
-            QCOMPARE(QByteArray(status.boardName), QByteArray(e.name));
-            QCOMPARE(int(status.features), e.features);
-        }
-        QCOMPARE(tessTestOpenHandles(2), -1);
     }
 
     void baud_data()
@@ -770,28 +740,6 @@ private slots:
         QCOMPARE(tessTestOpenHandles(256), -1);
     }
 
-    void missingConfiguration_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("missing file") << QString("does-not-exist.conf");
-        QTest::newRow("a directory") << QString("sub");
-    }
-
-    void missingConfiguration()
-    {
-        QFETCH(QString, name);
-        QVERIFY(QDir(configDir_->path()).mkpath("sub"));
-        const QString path = configDir_->filePath(name);
-        qputenv("TESSBUS_CONFIG", QFile::encodeName(path));
-        const QByteArray errors = TestSupport::captureStderr([] { tessTestReload(); });
-        QCOMPARE(errors.count('\n'), 1);
-        QVERIFY(errors.contains(QFile::encodeName(path)));
-        for (int net = 0; net < TESS_MAX_NETS; ++net)
-            QCOMPARE(tessTestOpenHandles(net), -1);
-        int handle;
-        QVERIFY(tessOpen(0, 0, 1, 1, 0, 0, &handle) != 0);
-    }
-
     void garbageConfiguration()
     {
         QByteArray garbage;
@@ -801,44 +749,63 @@ private slots:
             const char c = static_cast<char>(seed >> 16);
             garbage += (seed >> 8) % 40 == 0 ? '\n' : c;
         }
-        garbage += "\nnet net net 1 2 3 ===\nnet 3 virtual name= features=\nnet 4 virtual name=" +
-                   QByteArray(5000, 'x') + "\nnet 0 virtual name=SURVIVOR\n";
-        const QByteArray errors = configure(garbage);
-        QVERIFY(!errors.isEmpty());
+        garbage += "\nnet net net 1 2 3 ===\nnet 0 virtual name=SURVIVOR\n";
+        QVERIFY(!configure(garbage).isEmpty());
         int info;
         TessStatus status;
         QCOMPARE(tessOpen(0, 0, 1, 1, 0, 0, &info), 0);
         QCOMPARE(tessStatus(info, &status), 0);
         QCOMPARE(QByteArray(status.boardName), QByteArray("SURVIVOR"));
-        // Empty values are allowed: no name, no features.
-        QCOMPARE(tessOpen(3, 0, 1, 1, 0, 0, &info), 0);
-        QCOMPARE(tessStatus(info, &status), 0);
-        QCOMPARE(QByteArray(status.boardName), QByteArray());
-        QCOMPARE(int(status.features), 0);
-        QCOMPARE(tessOpen(4, 0, 1, 1, 0, 0, &info), 0);
-        QCOMPARE(tessStatus(info, &status), 0);
-        QCOMPARE(QByteArray(status.boardName), QByteArray(13, 'x'));
     }
 
-    void configurationFromXdgConfigHome()
+    void configurationPlaces_data()
     {
-        const QByteArray savedConfig = qgetenv("TESSBUS_CONFIG");
-        const QByteArray savedXdg = qgetenv("XDG_CONFIG_HOME");
-        QFile file(configDir_->filePath("tessbus.conf"));
+        QTest::addColumn<QString>(
+            "config"); // in the test's folder; empty: none, XDG_CONFIG_HOME is the folder
+        QTest::addColumn<QStringList>("nets");
+        QTest::addColumn<bool>("reported");
+        QTest::newRow("example for users") << QString(VISTREL_SOURCE_DIR "/examples/tessbus-demo.conf")
+                                           << QStringList{"0 DEMO_CAN 23", "1 BENCH_CAN 21"} << false;
+        QTest::newRow("missing file") << QString("does-not-exist.conf") << QStringList() << true;
+        QTest::newRow("a directory") << QString("sub") << QStringList() << true;
+        QTest::newRow("from XDG_CONFIG_HOME") << QString() << QStringList{"9 XDG 23"} << false;
+    }
+
+    void configurationPlaces()
+    {
+        QFETCH(QString, config);
+        QFETCH(QStringList, nets);
+        QFETCH(bool, reported);
+        QVERIFY(QDir(configDir_->path()).mkpath("sub"));
+        QFile file(configPath());
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("net 9 virtual name=XDG\n");
         file.close();
-        qunsetenv("TESSBUS_CONFIG");
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(configDir_->path()));
-        tessTestReload();
-        int info = -1;
-        const int opened = tessOpen(9, 0, 1, 1, 0, 0, &info);
-        TessStatus status{};
-        tessStatus(info, &status);
-        qputenv("TESSBUS_CONFIG", savedConfig);
-        qputenv("XDG_CONFIG_HOME", savedXdg);
-        QCOMPARE(opened, 0);
-        QCOMPARE(QByteArray(status.boardName), QByteArray("XDG"));
+        const QString path = QDir(configDir_->path()).filePath(config);
+        const QByteArray savedConfig = qgetenv("TESSBUS_CONFIG");
+        const QByteArray savedXdg = qgetenv("XDG_CONFIG_HOME");
+        const auto restore = qScopeGuard([&] {
+            qputenv("TESSBUS_CONFIG", savedConfig);
+            qputenv("XDG_CONFIG_HOME", savedXdg);
+        });
+        if (config.isEmpty()) {
+            qunsetenv("TESSBUS_CONFIG");
+            qputenv("XDG_CONFIG_HOME", QFile::encodeName(configDir_->path()));
+        } else {
+            qputenv("TESSBUS_CONFIG", QFile::encodeName(path));
+        }
+        const QByteArray errors = TestSupport::captureStderr([] { tessTestReload(); });
+        QCOMPARE(errors.count('\n'), reported ? 1 : 0);
+        QVERIFY(!reported || errors.contains(QFile::encodeName(path)));
+        QStringList found;
+        for (int net = 0; net < TESS_MAX_NETS; ++net) {
+            int info;
+            TessStatus status;
+            if (tessOpen(net, 0, 1, 1, 0, 0, &info) == 0 && tessStatus(info, &status) == 0)
+                found
+                    << QStringLiteral("%1 %2 %3").arg(net).arg(status.boardName).arg(status.features, 0, 16);
+        }
+        QCOMPARE(found, nets);
     }
 
     void concurrentInjectReadAndClose()
