@@ -233,7 +233,17 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
                           testPaintAttribute(ClipPolygons) ? &clipRect : nullptr,
                           pen().capStyle() != Qt::FlatCap, polylineFrom, polylineTo, tipBuffers);
             tips.apply(x, y, runs, canvasRect.toAlignedRect(), &tipPixels);
+            // A line that leaves for a column further off or out of the
+            // canvas starts where the joins before it put its first pixel.
+            const QRectF lineClip = canvasRect.adjusted(-1.0, -1.0, 1.0, 1.0);
+            for (size_t k = 0; k + 1 < runs.size(); ++k) {
+                const QPointF a(runs[k].x, runs[k].last);
+                const QPointF b(runs[k + 1].x, runs[k + 1].first);
+                if (!(std::abs(a.x() - b.x()) == 1.0 && lineClip.contains(a) && lineClip.contains(b)))
+                    tips.traceLeaving(x, y, runs[k].end, &tipPixels);
+            }
         }
+        leavingTraced = reduced && wholePixels && style() == Lines;
         if (reduced) {
             const double baseRow = style() == Sticks ? columns.stickRow(baseline()) : 0.0;
             if (wholePixels)
@@ -360,12 +370,26 @@ void FastPlotCurve::drawSpans(QPainter* painter, const QRectF& canvasRect, doubl
             ColumnRun& leftRun = run.x < next.x ? run : next;
             const double from = run.x < next.x ? run.last : next.first;
             const double to = run.x < next.x ? next.first : run.last;
-            // Which way the line goes changes from one column to the next:
-            // chosen without a branch.
-            leftRun.high = std::max(leftRun.high, to > from ? to - 1.0 : leftRun.high);
-            leftRun.low = std::min(leftRun.low, to < from ? to + 1.0 : leftRun.low);
+            // The rows between the two ends; which way the line goes changes
+            // from one column to the next, so chosen without a branch.
+            const double low = to < from ? to + 1.0 : from + 1.0;
+            const double high = to < from ? from - 1.0 : to - 1.0;
+            if (leftRun.low <= from && from <= leftRun.high) {
+                // The column holds the line's end there: it grows by them.
+                leftRun.low = std::min(leftRun.low, low <= high ? low : leftRun.low);
+                leftRun.high = std::max(leftRun.high, low <= high ? high : leftRun.high);
+            } else if (std::max(low, top) <= std::min(high, bottom) && leftRun.x >= left &&
+                       leftRun.x <= right) {
+                // Qt leaves the end out where it is a tip of the column, and
+                // then they stand apart from the column's own pixels.
+                spans.emplace_back(QPoint(int(leftRun.x), int(std::max(low, top))),
+                                   QPoint(int(leftRun.x), int(std::min(high, bottom))));
+            }
             continue;
         }
+        // Traced with the joins before it, unless it comes from outside.
+        if (leavingTraced && inside(a))
+            continue;
         if (testPaintAttribute(ClipPolygons) && !clipAsQwt(a, b, clipRect))
             continue;
         lines.emplace_back(a, b);

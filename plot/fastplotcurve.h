@@ -116,6 +116,7 @@ private:
     mutable std::vector<QPointF> vertices;
     mutable std::vector<QPoint> tipPixels;
     mutable LineTips::Buffers tipBuffers;
+    mutable bool leavingTraced = false; // lines between columns that tipPixels holds
     mutable QPolygonF polyline;
     mutable std::vector<QPoint> strokePixels;
     mutable QPen pensOf{Qt::NoPen}; // the pen that flatPen and spanBrush were made of

@@ -183,6 +183,19 @@ bool LineTips::settle(const double* y, const std::vector<ColumnRun>& runs, int r
 
 void LineTips::trace(const double* x, const double* y, int i, int row)
 {
+    const int deviceRow = row + toDevice.y();
+    traceAround(x, y, i, deviceRow - 1, deviceRow + 1, deviceRow - 1, deviceRow + 1);
+}
+
+void LineTips::traceLeaving(const double* x, const double* y, int i, std::vector<QPoint>* out)
+{
+    traceAround(x, y, i, 1, 0, INT_MIN, INT_MAX);
+    out->insert(out->end(), traced.cbegin(), traced.cend());
+}
+
+void LineTips::traceAround(const double* x, const double* y, int i, int intoTop, int intoBottom, int outTop,
+                           int outBottom)
+{
     traced.clear();
     const QPointF tip = columns.lineVertex(x[i], y[i]);
     if (!inside(tip))
@@ -223,22 +236,27 @@ void LineTips::trace(const double* x, const double* y, int i, int row)
     } else {
         QPointF from = tip;
         QPointF to = columns.lineVertex(x[after], y[after]);
-        if (!inside(to) && !clipAsQwt(from, to, *clipRect))
-            end = true;
-        else
+        if (inside(to)) {
+            // Where the polyline ends there, its cap lengthens the line.
             chain[count++] = to;
+            end = nextVertex(x, y, after, to) < 0;
+        } else if (clipAsQwt(from, to, *clipRect)) {
+            chain[count++] = to;
+        } else {
+            end = true;
+        }
     }
 
     const QPointF shift(toDevice);
-    const int top = row + toDevice.y() - 1;
-    const int bottom = row + toDevice.y() + 1;
     stroke.moveTo(chain[0] + shift, start);
     for (int n = 1; n < count; ++n) {
         const bool lineEnd = n == count - 1 && end;
         if (n < tipAt)
-            stroke.lineTo(chain[n] + shift, lineEnd, top, top - 1, &traced);
+            stroke.lineTo(chain[n] + shift, lineEnd, 1, 0, &traced);
+        else if (n == tipAt)
+            stroke.lineTo(chain[n] + shift, lineEnd, intoTop, intoBottom, &traced);
         else
-            stroke.lineTo(chain[n] + shift, lineEnd, top, bottom, &traced);
+            stroke.lineTo(chain[n] + shift, lineEnd, outTop, outBottom, &traced);
     }
     for (QPoint& pixel : traced)
         pixel -= toDevice;

@@ -60,10 +60,20 @@ public:
     void apply(const double* x, const double* y, std::vector<ColumnRun>& runs, const QRect& visible,
                std::vector<QPoint>* extra);
 
+    // Appends to out the pixels Qt sets on the line from the vertex of
+    // sample i, the last of its column, to the next column, where the
+    // polyline's joins before it decide where that line starts. Nothing if
+    // that vertex lies outside the cut, where the join can't be seen.
+    void traceLeaving(const double* x, const double* y, int i, std::vector<QPoint>* out);
+
 private:
     // The pixels in rows around row that Qt sets on the lines to and from
     // the vertex of sample i, into traced.
     void trace(const double* x, const double* y, int i, int row);
+    // The same, in rows intoTop..intoBottom of the line to the vertex and
+    // outTop..outBottom of the line from it, in the device's rows.
+    void traceAround(const double* x, const double* y, int i, int intoTop, int intoBottom, int outTop,
+                     int outBottom);
     // The joins at a tip that the stroker's rules settle without tracing:
     // the tip's group of samples from..to starts or ends its column, one
     // line stays in the column and a steep one leaves it. Puts what Qt
