@@ -109,6 +109,17 @@ void TestPixelFill::setsWhatDrawRectsSets_data()
     QTest::addColumn<bool>("direct");
 
     const Setup none = [](QPainter&) {};
+    // A clip path of a rectangle or of the ellipse within it.
+    const auto clipPath = [](const QRectF& r, bool ellipse) {
+        return Setup([r, ellipse](QPainter& p) {
+            QPainterPath path;
+            if (ellipse)
+                path.addEllipse(r);
+            else
+                path.addRect(r);
+            p.setClipPath(path);
+        });
+    };
     const QRegion noClip;
     QTest::newRow("plain image") << QImage::Format_RGB32 << noClip << none << true;
     QTest::newRow("premultiplied") << QImage::Format_ARGB32_Premultiplied << noClip << none << true;
@@ -124,30 +135,21 @@ void TestPixelFill::setsWhatDrawRectsSets_data()
                p.setClipRect(QRectF(10.5, 7.4, 70.6, 50.5));
            })
         << true;
-    QTest::newRow("clip path of a rectangle") << QImage::Format_RGB32 << noClip << Setup([](QPainter& p) {
-        QPainterPath path;
-        path.addRect(QRectF(20.7, 5.2, 60.1, 40.6));
-        p.setClipPath(path);
-    }) << true;
+    QTest::newRow("clip path of a rectangle")
+        << QImage::Format_RGB32 << noClip << clipPath(QRectF(20.7, 5.2, 60.1, 40.6), false) << true;
     QTest::newRow("system clip") << QImage::Format_RGB32 << QRegion(15, 10, 80, 60) << none << true;
     QTest::newRow("system and painter clips")
         << QImage::Format_ARGB32_Premultiplied << QRegion(15, 10, 80, 60)
         << Setup([](QPainter& p) { p.setClipRect(QRect(40, 0, 100, 40)); }) << true;
 
-    QTest::newRow("clip path on half pixels") << QImage::Format_RGB32 << noClip << Setup([](QPainter& p) {
-        QPainterPath path;
-        path.addRect(QRectF(20.5, 5.5, 60.5, 40.5));
-        p.setClipPath(path);
-    }) << true;
+    QTest::newRow("clip path on half pixels")
+        << QImage::Format_RGB32 << noClip << clipPath(QRectF(20.5, 5.5, 60.5, 40.5), false) << true;
     QTest::newRow("clip on half pixels")
         << QImage::Format_RGB32 << noClip
         << Setup([](QPainter& p) { p.setClipRect(QRectF(19.5, 4.5, 61, 41)); }) << true;
     // Left to the painter.
-    QTest::newRow("clip ellipse") << QImage::Format_RGB32 << noClip << Setup([](QPainter& p) {
-        QPainterPath path;
-        path.addEllipse(QRectF(10, 10, 90, 60));
-        p.setClipPath(path);
-    }) << false;
+    QTest::newRow("clip ellipse") << QImage::Format_RGB32 << noClip << clipPath(QRectF(10, 10, 90, 60), true)
+                                  << false;
     QTest::newRow("system clip of two pieces")
         << QImage::Format_RGB32 << (QRegion(0, 0, 50, 40) + QRegion(60, 30, 40, 40)) << none << false;
     QTest::newRow("scaled") << QImage::Format_RGB32 << noClip << Setup([](QPainter& p) { p.scale(1.5, 1.0); })
