@@ -14,7 +14,7 @@
 
 #include <memory>
 
-using TestSupport::MessageBoxAnswerer;
+using TestSupport::ModalAnswerer;
 
 class TestCurves : public QObject
 {
@@ -250,7 +250,7 @@ void TestCurves::calcButtonsMapTheirRow()
             table->clearSelection();
             table->setCurrentCell(row, 1);
             table->clearSelection();
-            const MessageBoxAnswerer yes(QMessageBox::Yes);
+            const ModalAnswerer yes(QMessageBox::Yes);
             w.projectDeleteCurve();
             QCOMPARE(yes.answered(), 1);
         }
@@ -270,7 +270,7 @@ void TestCurves::calcButtonsMapTheirRow()
         QCOMPARE(mapper->mapping(row), button);
         // The button opens the scaling dialog of its own row.
         QString title;
-        const TestSupport::ModalHandler closeDialog([&title](QWidget* dialog) {
+        const TestSupport::ModalAnswerer closeDialog([&title](QWidget* dialog) {
             title = dialog->windowTitle();
             dialog->close();
         });
@@ -323,7 +323,7 @@ void TestCurves::deleteCurves()
     for (const auto& curve : w.curves)
         items[curve->plotItem->title().text()] = curve->plotItem;
 
-    const MessageBoxAnswerer answerer{QMessageBox::StandardButton(answer)};
+    const ModalAnswerer answerer{QMessageBox::StandardButton(answer)};
     w.projectDeleteCurve();
     QCOMPARE(answerer.answered(), 1);
     QCOMPARE(answerer.titles().value(0), QStringLiteral("Warning!"));
@@ -341,7 +341,7 @@ void TestCurves::deleteLastRow()
     const auto window = makeWindow(1);
     VistrelMainWindow& w = *window;
     QVERIFY(w.projectDelete_CurveAction->isEnabled());
-    const MessageBoxAnswerer yes(QMessageBox::Yes);
+    const ModalAnswerer yes(QMessageBox::Yes);
     w.projectDeleteCurve();
     QCOMPARE(yes.answered(), 1);
     QCOMPARE(names(w), QStringList());
@@ -355,7 +355,7 @@ void TestCurves::deleteLastRow()
 void TestCurves::deleteEmptyTableAsksNothing()
 {
     const auto window = makeWindow(0);
-    const MessageBoxAnswerer yes(QMessageBox::Yes);
+    const ModalAnswerer yes(QMessageBox::Yes);
     window->projectDeleteCurve();
     QCoreApplication::processEvents();
     QCOMPARE(yes.answered(), 0);
@@ -369,7 +369,7 @@ void TestCurves::deleteOnlyBtrRowHidesColumn()
     QVERIFY(!w.tableConfig->isColumnHidden(TablePlotConfig::ColBtr));
     w.tableConfig->setCurrentCell(1, 1);
     w.tableConfig->clearSelection();
-    const MessageBoxAnswerer yes(QMessageBox::Yes);
+    const ModalAnswerer yes(QMessageBox::Yes);
     w.projectDeleteCurve();
     QCOMPARE(names(w), (QStringList{"c0", "c2"}));
     QVERIFY(w.tableConfig->isColumnHidden(TablePlotConfig::ColBtr));

@@ -28,7 +28,7 @@
 #include <limits>
 #include <memory>
 
-using TestSupport::ModalHandler;
+using TestSupport::ModalAnswerer;
 
 namespace {
 
@@ -92,7 +92,7 @@ private:
     }
 
     QList<QMessageBox::StandardButton> answers;
-    ModalHandler handler;
+    ModalAnswerer handler;
 };
 
 struct RowSetup
@@ -997,7 +997,7 @@ void TestDataIo::dialogs()
     const auto window = windowWithPoints();
     VistrelMainWindow& w = *window;
     QStringList seen;
-    ModalHandler handler(
+    ModalAnswerer handler(
         [&](QWidget* widget) {
             if (auto* dialog = qobject_cast<QFileDialog*>(widget)) {
                 TestSupport::answerFileDialog(dialog, dialog->acceptMode(),

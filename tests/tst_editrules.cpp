@@ -17,7 +17,7 @@
 
 #include <memory>
 
-using TestSupport::ModalHandler;
+using TestSupport::ModalAnswerer;
 
 namespace {
 
@@ -396,7 +396,7 @@ void TestEditRules::colourCell()
 
     QString title;
     QColor initial;
-    ModalHandler handler(
+    ModalAnswerer handler(
         [&](QWidget* widget) {
             auto* dialog = qobject_cast<QColorDialog*>(widget);
             if (!dialog || answer < 0) {
@@ -422,12 +422,12 @@ void TestEditRules::colourCell()
         QTest::keyClick(table, Qt::Key_F2);
         QTest::qWait(20); // gives the poll of the handler its turns
         w.running = false;
-        QCOMPARE(handler.handled(), 0);
+        QCOMPARE(handler.answered(), 0);
         QCOMPARE(table->curveColor(1), before);
         return;
     }
 
-    QCOMPARE(handler.handled(), 1);
+    QCOMPARE(handler.answered(), 1);
     QCOMPARE(title, QStringLiteral("Select Curve Color"));
     QCOMPARE(initial, QColor(before));
     const QString expected = answer == QDialog::Accepted ? chosen.name() : before;

@@ -11,8 +11,7 @@
 
 #include <memory>
 
-using TestSupport::MessageBoxAnswerer;
-using TestSupport::ModalHandler;
+using TestSupport::ModalAnswerer;
 
 // Stands in for the desktop: takes the URLs that QDesktopServices hands to
 // a scheme's handler.
@@ -135,7 +134,7 @@ void TestHelp::contentsAndIndexOpenTheManual()
     const auto window = makeWindow();
     UrlReceiver desktop;
     QDesktopServices::setUrlHandler(QStringLiteral("file"), &desktop, "openUrl");
-    MessageBoxAnswerer answerer(QMessageBox::Ok);
+    ModalAnswerer answerer(QMessageBox::Ok);
     if (index)
         window->helpIndex();
     else
@@ -163,7 +162,7 @@ void TestHelp::manualThatCannotBeOpenedIsReported()
     QMessageBox::Icon icon = QMessageBox::NoIcon;
     QWidget* parent = nullptr;
     QMessageBox::StandardButtons buttons;
-    ModalHandler handler([&](QWidget* widget) {
+    ModalAnswerer handler([&](QWidget* widget) {
         if (auto* box = qobject_cast<QMessageBox*>(widget)) {
             title = box->windowTitle();
             text = box->text();
@@ -175,7 +174,7 @@ void TestHelp::manualThatCannotBeOpenedIsReported()
     });
     window->helpContents();
 
-    QCOMPARE(handler.handled(), 1);
+    QCOMPARE(handler.answered(), 1);
     QCOMPARE(title, QStringLiteral("Vistrel"));
     QCOMPARE(text, QStringLiteral("Cannot open pdf manual!"));
     QCOMPARE(icon, QMessageBox::Information);
@@ -186,7 +185,7 @@ void TestHelp::manualThatCannotBeOpenedIsReported()
 AboutTexts TestHelp::runAboutBox(VistrelMainWindow& window, QPointer<QWidget>* dialog)
 {
     AboutTexts texts;
-    ModalHandler handler([&](QWidget* widget) {
+    ModalAnswerer handler([&](QWidget* widget) {
         auto* about = qobject_cast<MFormAbout*>(widget);
         texts.isAboutBox = about != nullptr;
         if (!about) {

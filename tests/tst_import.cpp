@@ -24,7 +24,7 @@
 #include <ctime>
 #include <memory>
 
-using TestSupport::ModalHandler;
+using TestSupport::ModalAnswerer;
 
 namespace {
 
@@ -115,7 +115,7 @@ public:
     QStringList texts;
 
 private:
-    ModalHandler handler;
+    ModalAnswerer handler;
 };
 
 // Presses "Abort!" on the progress dialog with the given label as soon as it
@@ -324,12 +324,12 @@ void TestImport::threeRows()
     // Save asks for a name rather than writing over the log; cancelled, it
     // writes nothing.
     QString title;
-    const ModalHandler cancel([&title](QWidget* dialog) {
+    const ModalAnswerer cancel([&title](QWidget* dialog) {
         title = dialog->windowTitle();
         dialog->close();
     });
     window->dataSaveAction->trigger();
-    QCOMPARE(cancel.handled(), 1);
+    QCOMPARE(cancel.answered(), 1);
     QCOMPARE(title, QStringLiteral("Save Data as"));
     QFile log(path);
     QVERIFY(log.open(QIODevice::ReadOnly));
@@ -568,7 +568,7 @@ void TestImport::fileDialog()
 
     addRow({QStringLiteral("1")});
     QStringList seen;
-    ModalHandler handler(
+    ModalAnswerer handler(
         [&](QWidget* widget) {
             if (auto* dialog = qobject_cast<QFileDialog*>(widget)) {
                 TestSupport::answerFileDialog(dialog, dialog->fileMode(),

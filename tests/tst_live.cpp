@@ -18,7 +18,7 @@
 #include <cstring>
 #include <memory>
 
-using TestSupport::MessageBoxAnswerer;
+using TestSupport::ModalAnswerer;
 
 namespace {
 
@@ -227,7 +227,7 @@ void TestLive::runFillsArraysAndCells()
     QVERIFY(window->pushButtonMarker1->isEnabled());
 
     // The next Start asks nothing and begins with a new, empty curve.
-    const MessageBoxAnswerer noQuestion(QMessageBox::No);
+    const ModalAnswerer noQuestion(QMessageBox::No);
     start();
     QCOMPARE(noQuestion.answered(), 0);
     QCOMPARE(ringCount(*window->curves.at(row)), 0u);
@@ -285,7 +285,7 @@ void TestLive::startChecks()
     before.first()->xValues[1] = 42.0;
     const int modeBefore = window->currentOperatingMode();
 
-    const MessageBoxAnswerer answerer(QMessageBox::Ok);
+    const ModalAnswerer answerer(QMessageBox::Ok);
     start();
     if (message.isEmpty()) {
         QCOMPARE(answerer.answered(), 0);
@@ -311,7 +311,7 @@ void TestLive::failingCaptureThreadReportsAndOthersGoOn()
     addRow({1});
     QCOMPARE(tessTestSetFailure(1, TESS_TEST_FAIL_OPEN, -1), 0);
 
-    const MessageBoxAnswerer answerer(QMessageBox::Ok);
+    const ModalAnswerer answerer(QMessageBox::Ok);
     start();
     QTRY_COMPARE(answerer.answered(), 1);
     QCOMPARE(answerer.titles().value(0), QStringLiteral("Plot Curve Error"));
@@ -393,7 +393,7 @@ void TestLive::closingDuringRunAsks()
     window->show();
     QVERIFY(QTest::qWaitForWindowExposed(window.get()));
     start();
-    const MessageBoxAnswerer answerer{QMessageBox::StandardButton(answer)};
+    const ModalAnswerer answerer{QMessageBox::StandardButton(answer)};
     window->projectExitAction->trigger();
     QCOMPARE(answerer.answered(), 1);
     QCOMPARE(answerer.titles().value(0), QStringLiteral("Warning!"));

@@ -34,7 +34,7 @@ void TestLiveDemo::demoProjectRunsOnTheDemoBus()
 
     VistrelMainWindow window;
     window.refreshTime = 50;
-    const TestSupport::MessageBoxAnswerer noBox(QMessageBox::Ok);
+    const TestSupport::ModalAnswerer noBox(QMessageBox::Ok);
     window.openCommandLineFile({QStringLiteral("vistrel"), QStringLiteral(VISTREL_SOURCE_DIR "/examples/demo.vtlprj")});
     QCOMPARE(noBox.answered(), 0);
 

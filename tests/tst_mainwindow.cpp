@@ -15,7 +15,7 @@
 
 #include <memory>
 
-using TestSupport::MessageBoxAnswerer;
+using TestSupport::ModalAnswerer;
 
 class TestMainWindow : public QObject
 {
@@ -326,11 +326,11 @@ void TestMainWindow::resetProject()
 
     if (answer == QMessageBox::Escape) {
         // The escape key presses the box's escape button, which must be No.
-        TestSupport::ModalHandler escape([](QWidget* box) { QTest::keyClick(box, Qt::Key_Escape); });
+        TestSupport::ModalAnswerer escape([](QWidget* box) { QTest::keyClick(box, Qt::Key_Escape); });
         QCOMPARE(w.resetProject(), result);
-        QCOMPARE(escape.handled(), questions);
+        QCOMPARE(escape.answered(), questions);
     } else {
-        const MessageBoxAnswerer answerer{QMessageBox::StandardButton(answer)};
+        const ModalAnswerer answerer{QMessageBox::StandardButton(answer)};
         QCOMPARE(w.resetProject(), result);
         QCOMPARE(answerer.answered(), questions);
         if (questions) {

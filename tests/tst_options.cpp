@@ -26,8 +26,7 @@
 #include <memory>
 #include <utility>
 
-using TestSupport::MessageBoxAnswerer;
-using TestSupport::ModalHandler;
+using TestSupport::ModalAnswerer;
 using AttributeMap = QMap<QString, QString>;
 
 namespace {
@@ -188,7 +187,7 @@ bool writeSettingsFile(const QByteArray& bytes)
 MFormConfig* runOptions(VistrelMainWindow& w, const std::function<void(MFormConfig&)>& action)
 {
     MFormConfig* dialog = nullptr;
-    ModalHandler handler([&](QWidget* widget) {
+    ModalAnswerer handler([&](QWidget* widget) {
         dialog = qobject_cast<MFormConfig*>(widget);
         if (!dialog) {
             widget->close();
@@ -199,7 +198,7 @@ MFormConfig* runOptions(VistrelMainWindow& w, const std::function<void(MFormConf
             dialog->buttonCancel->click();
     });
     w.projectOptionsAction->trigger();
-    return handler.handled() == 1 ? dialog : nullptr;
+    return handler.answered() == 1 ? dialog : nullptr;
 }
 
 // Answers the next colour dialog and records how it opened.
@@ -210,9 +209,9 @@ struct ColourAnswer
     bool seen = false;
 };
 
-std::unique_ptr<ModalHandler> answerColourDialog(ColourAnswer& answer, const QColor& pick, bool accept)
+std::unique_ptr<ModalAnswerer> answerColourDialog(ColourAnswer& answer, const QColor& pick, bool accept)
 {
-    return std::make_unique<ModalHandler>([&answer, pick, accept](QWidget* widget) {
+    return std::make_unique<ModalAnswerer>([&answer, pick, accept](QWidget* widget) {
         auto* dialog = qobject_cast<QColorDialog*>(widget);
         if (!dialog) {
             widget->close();
@@ -315,7 +314,7 @@ void TestOptions::cleanupTestCase()
 
 std::unique_ptr<VistrelMainWindow> TestOptions::makeWindow()
 {
-    const MessageBoxAnswerer boxes(QMessageBox::Ok, 5);
+    const ModalAnswerer boxes(QMessageBox::Ok, 5);
     auto window = std::make_unique<VistrelMainWindow>();
     startMessages = boxes.texts();
     return window;
@@ -354,7 +353,7 @@ void TestOptions::firstStart()
     if (home > 0)
         QVERIFY2(dir.startsWith(temporary.path()), qPrintable(dir));
 
-    const MessageBoxAnswerer boxes(QMessageBox::Ok, 5);
+    const ModalAnswerer boxes(QMessageBox::Ok, 5);
     const auto window = std::make_unique<VistrelMainWindow>();
 
     QCOMPARE(describe(windowState(*window)), describe(defaultState()));
@@ -486,7 +485,7 @@ void TestOptions::readFailures()
     else
         QVERIFY(QFile::link(settingsDirectory() + QStringLiteral("/missing/target.xml"), settingsFile()));
 
-    const MessageBoxAnswerer boxes(QMessageBox::Ok, 5);
+    const ModalAnswerer boxes(QMessageBox::Ok, 5);
     const auto window = std::make_unique<VistrelMainWindow>();
 
     QCOMPARE(boxes.texts(), messages);
@@ -533,7 +532,7 @@ void TestOptions::applyOkCancel()
         shownAtOpening = describe(dialogState(d));
         setDialogState(d, custom);
         // Made here, so that it answers only what the button brings up.
-        const MessageBoxAnswerer boxes(QMessageBox::Ok, 5);
+        const ModalAnswerer boxes(QMessageBox::Ok, 5);
         (ok ? d.buttonOk : d.buttonApply)->click();
         shownMessages = boxes.texts();
         // What changes after Apply is lost by Cancel.

@@ -13,7 +13,7 @@
 
 #include <memory>
 
-using TestSupport::ModalHandler;
+using TestSupport::ModalAnswerer;
 
 Q_DECLARE_METATYPE(QPrinter::ColorMode)
 
@@ -172,7 +172,7 @@ void TestPrint::dialogOpensOnLandscape()
     QPageLayout::Orientation orientation = QPageLayout::Portrait;
     QString creator;
     QString docName = QStringLiteral("unread");
-    ModalHandler handler([&](QWidget* widget) {
+    ModalAnswerer handler([&](QWidget* widget) {
         auto* dialog = qobject_cast<QPrintDialog*>(widget);
         isPrintDialog = dialog != nullptr;
         if (dialog) {
@@ -196,7 +196,7 @@ void TestPrint::cancelPrintsNothing()
     const auto window = makeWindow();
     const QString path = TestSupport::temporaryPath(QStringLiteral("cancelled.pdf"));
     bool isPrintDialog = false;
-    ModalHandler handler([&](QWidget* widget) {
+    ModalAnswerer handler([&](QWidget* widget) {
         auto* dialog = qobject_cast<QPrintDialog*>(widget);
         isPrintDialog = dialog != nullptr;
         if (dialog) {
@@ -218,7 +218,7 @@ void TestPrint::acceptPrintsThePlot()
     const auto window = makeWindow();
     const QString path = TestSupport::temporaryPath(QStringLiteral("accepted.pdf"));
     bool toFile = false;
-    ModalHandler handler([&](QWidget* widget) {
+    ModalAnswerer handler([&](QWidget* widget) {
         auto* dialog = qobject_cast<QPrintDialog*>(widget);
         if (!dialog) {
             widget->close();

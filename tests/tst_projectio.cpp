@@ -19,7 +19,7 @@
 
 #include <memory>
 
-using TestSupport::ModalHandler;
+using TestSupport::ModalAnswerer;
 
 namespace {
 
@@ -203,7 +203,7 @@ public:
     QStringList lines;
 
 private:
-    ModalHandler handler;
+    ModalAnswerer handler;
 };
 
 QString questionLine()
@@ -596,7 +596,7 @@ void TestProjectIo::dialogs()
     const auto window = makeWindow(1);
     VistrelMainWindow& w = *window;
     QStringList seen;
-    ModalHandler handler(
+    ModalAnswerer handler(
         [&](QWidget* widget) {
             if (auto* dialog = qobject_cast<QFileDialog*>(widget)) {
                 TestSupport::answerFileDialog(dialog, dialog->acceptMode(),

@@ -12,7 +12,7 @@
 #include <functional>
 #include <memory>
 
-using TestSupport::ModalHandler;
+using TestSupport::ModalAnswerer;
 
 namespace {
 
@@ -89,7 +89,7 @@ public:
     Opening opening;
 
 private:
-    ModalHandler handler;
+    ModalAnswerer handler;
 };
 
 void cancel(MDialogScaleOffset* dialog)

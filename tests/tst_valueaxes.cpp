@@ -18,7 +18,7 @@
 
 #include <memory>
 
-using TestSupport::ModalHandler;
+using TestSupport::ModalAnswerer;
 
 Q_DECLARE_METATYPE(ValueAxisSettings)
 
@@ -240,14 +240,14 @@ void TestValueAxes::openingState()
     window->running = running;
 
     DialogState state;
-    ModalHandler handler([&state](QWidget* dialog) {
+    ModalAnswerer handler([&state](QWidget* dialog) {
         state = readState(dialog);
         click(dialog, "buttonCancel");
     });
     window->projectCustom_AxisAction->trigger();
     window->running = false;
 
-    QCOMPARE(handler.handled(), 1);
+    QCOMPARE(handler.answered(), 1);
     QCOMPARE(state.tab, 0);
     QCOMPARE(state.rightVisibleChecked, rightInUse);
     QCOMPARE(state.rightVisibleEnabled, !rightInUse);
@@ -279,11 +279,11 @@ void TestValueAxes::fitFlagAfterOk()
     window->running = running;
     window->fitScaleToViewport = before;
 
-    ModalHandler handler([](QWidget* dialog) { click(dialog, "buttonOk"); });
+    ModalAnswerer handler([](QWidget* dialog) { click(dialog, "buttonOk"); });
     window->openAxisDialog(0);
     window->running = false;
 
-    QCOMPARE(handler.handled(), 1);
+    QCOMPARE(handler.answered(), 1);
     QCOMPARE(window->fitScaleToViewport, after);
 }
 
@@ -292,7 +292,7 @@ void TestValueAxes::okAppliesOnceAndCloses()
     const auto window = makeWindow();
     int emitted = -1;
     bool closed = false;
-    ModalHandler handler([&](QWidget* dialog) {
+    ModalAnswerer handler([&](QWidget* dialog) {
         auto* axisDialog = qobject_cast<MDialogCustomAxis*>(dialog);
         QVERIFY(axisDialog);
         QSignalSpy applied(axisDialog, &MDialogCustomAxis::signalApplyAxisSettings);
@@ -307,7 +307,7 @@ void TestValueAxes::okAppliesOnceAndCloses()
     });
     window->openAxisDialog(1);
 
-    QCOMPARE(handler.handled(), 1);
+    QCOMPARE(handler.answered(), 1);
     QCOMPARE(emitted, 1);
     QVERIFY(closed);
     const DataPlot* plot = window->plot;
@@ -373,7 +373,7 @@ void TestValueAxes::fitAfterOkUsesTheNewViewport()
     addRows(table, {0});
     table->setDataType(0, 1); // Unsigned8: 0..255
     table->setScaleText(0, QStringLiteral("5"));
-    ModalHandler handler([](QWidget* dialog) {
+    ModalAnswerer handler([](QWidget* dialog) {
         setField(dialog, 0, "lineEditMin", QStringLiteral("0"));
         setField(dialog, 0, "lineEditMax", QStringLiteral("255"));
         setField(dialog, 0, "lineEditStep", QStringLiteral("15"));
@@ -382,7 +382,7 @@ void TestValueAxes::fitAfterOkUsesTheNewViewport()
     });
     window->projectCustom_AxisAction->trigger();
 
-    QCOMPARE(handler.handled(), 1);
+    QCOMPARE(handler.answered(), 1);
     QVERIFY(window->fitScaleToViewport);
     QCOMPARE(table->scaleText(0), QStringLiteral("1"));
     QCOMPARE(table->offsetText(0), QStringLiteral("0"));
@@ -392,7 +392,7 @@ void TestValueAxes::fitAfterOkUsesTheNewViewport()
 void TestValueAxes::cancelAfterApply()
 {
     const auto window = makeWindow();
-    ModalHandler handler([](QWidget* dialog) {
+    ModalAnswerer handler([](QWidget* dialog) {
         setField(dialog, 0, "lineEditMax", QStringLiteral("50"));
         click(dialog, "pushButtonApply");
         setField(dialog, 0, "lineEditMax", QStringLiteral("75"));
@@ -400,7 +400,7 @@ void TestValueAxes::cancelAfterApply()
     });
     window->projectCustom_AxisAction->trigger();
 
-    QCOMPARE(handler.handled(), 1);
+    QCOMPARE(handler.answered(), 1);
     QCOMPARE(window->axisSettings[0]->max, 50.0);
     QCOMPARE(window->plot->axisScaleDiv(QwtPlot::yLeft).upperBound(), 50.0);
 }
@@ -435,7 +435,7 @@ void TestValueAxes::pressOnAxis()
     QVERIFY(axisWidget->isVisible());
 
     int shownTab = -1;
-    const ModalHandler handler([&shownTab](QWidget* dialog) {
+    const ModalAnswerer handler([&shownTab](QWidget* dialog) {
         shownTab = readState(dialog).tab;
         click(dialog, "buttonCancel");
     });
@@ -443,16 +443,16 @@ void TestValueAxes::pressOnAxis()
     // returns.
     QTest::mousePress(axisWidget, Qt::MouseButton(button), Qt::NoModifier, axisWidget->rect().center());
     QTest::mouseRelease(axisWidget, Qt::MouseButton(button), Qt::NoModifier, axisWidget->rect().center());
-    QCOMPARE(handler.handled(), opened);
+    QCOMPARE(handler.answered(), opened);
     QCOMPARE(shownTab, tab);
 
     // The press goes on to the axis widget in every case.
-    const ModalHandler cancel([](QWidget* dialog) { click(dialog, "buttonCancel"); });
+    const ModalAnswerer cancel([](QWidget* dialog) { click(dialog, "buttonCancel"); });
     QMouseEvent press(QEvent::MouseButtonPress, QPointF(axisWidget->rect().center()), Qt::MouseButton(button),
                       Qt::MouseButton(button), Qt::NoModifier);
     QObject* filter = window.get();
     QCOMPARE(filter->eventFilter(axisWidget, &press), false);
-    QCOMPARE(cancel.handled(), opened);
+    QCOMPARE(cancel.answered(), opened);
 }
 
 QTEST_MAIN(TestValueAxes)

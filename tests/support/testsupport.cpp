@@ -20,44 +20,44 @@
 
 namespace TestSupport {
 
-ModalHandler::ModalHandler(Handler handler, int times) : handler(std::move(handler)), remaining(times)
-{
-    timer.setInterval(5);
-    connect(&timer, &QTimer::timeout, this, &ModalHandler::poll);
-    timer.start();
-}
-
-void ModalHandler::poll()
-{
-    QWidget* modal = QApplication::activeModalWidget();
-    // A widget that was handled may still be active until its exec() returns.
-    if (!modal || modal == last || remaining == 0)
-        return;
-    last = modal;
-    --remaining;
-    ++count;
-    handler(modal);
-    if (remaining == 0)
-        timer.stop();
-}
-
-MessageBoxAnswerer::MessageBoxAnswerer(QMessageBox::StandardButton button, int times)
-    : handler(
-          [this, button](QWidget* widget) {
+ModalAnswerer::ModalAnswerer(QMessageBox::StandardButton button, int times)
+    : ModalAnswerer(
+          [button](QWidget* widget) {
               auto* box = qobject_cast<QMessageBox*>(widget);
-              if (!box) {
+              if (!box)
                   widget->close();
-                  return;
-              }
-              boxTitles << box->windowTitle();
-              boxTexts << box->text();
-              if (QAbstractButton* pressed = box->button(button))
+              else if (QAbstractButton* pressed = box->button(button))
                   pressed->click();
               else
                   box->reject();
           },
           times)
 {}
+
+ModalAnswerer::ModalAnswerer(Handler handler, int times) : handler(std::move(handler)), remaining(times)
+{
+    timer.setInterval(5);
+    connect(&timer, &QTimer::timeout, this, &ModalAnswerer::poll);
+    timer.start();
+}
+
+void ModalAnswerer::poll()
+{
+    QWidget* modal = QApplication::activeModalWidget();
+    // A widget that was answered may still be active until its exec() returns.
+    if (!modal || modal == last || remaining == 0)
+        return;
+    last = modal;
+    --remaining;
+    ++count;
+    if (auto* box = qobject_cast<QMessageBox*>(modal)) {
+        boxTitles << box->windowTitle();
+        boxTexts << box->text();
+    }
+    handler(modal);
+    if (remaining == 0)
+        timer.stop();
+}
 
 namespace {
 

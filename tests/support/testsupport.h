@@ -18,16 +18,22 @@ class QWidget;
 
 namespace TestSupport {
 
-// Handles the modal widgets that open while it lives: each time one is
-// active, the handler gets it (and should close it). Polls from the event
-// loop, so it also sees boxes opened by nested exec() calls.
-class ModalHandler : public QObject
+// Answers the modal widgets that open while it lives, up to `times` of
+// them. A message box is recorded (title and text) and, with a button
+// given, answered by pressing it (or rejected if it has no such button); a
+// handler gets every widget and should close it. Polls from the event loop,
+// so it also sees boxes opened by nested exec() calls.
+class ModalAnswerer : public QObject
 {
 public:
     using Handler = std::function<void(QWidget*)>;
-    explicit ModalHandler(Handler handler, int times = 1);
+    explicit ModalAnswerer(QMessageBox::StandardButton button, int times = 1);
+    explicit ModalAnswerer(Handler handler, int times = 1);
 
-    int handled() const { return count; }
+    int answered() const { return count; }
+    const QStringList& titles() const { return boxTitles; }
+    const QStringList& texts() const { return boxTexts; }
+    QString lastText() const { return boxTexts.isEmpty() ? QString() : boxTexts.last(); }
 
 private:
     void poll();
@@ -36,24 +42,9 @@ private:
     int remaining;
     int count = 0;
     QWidget* last = nullptr;
-    QTimer timer;
-};
-
-// Presses one button on the next message boxes and records what they said.
-class MessageBoxAnswerer
-{
-public:
-    explicit MessageBoxAnswerer(QMessageBox::StandardButton button, int times = 1);
-
-    int answered() const { return handler.handled(); }
-    const QStringList& titles() const { return boxTitles; }
-    const QStringList& texts() const { return boxTexts; }
-    QString lastText() const { return boxTexts.isEmpty() ? QString() : boxTexts.last(); }
-
-private:
     QStringList boxTitles;
     QStringList boxTexts;
-    ModalHandler handler;
+    QTimer timer;
 };
 
 // Answers a file dialog: records its title, its name filters joined by ';'
