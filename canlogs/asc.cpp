@@ -33,7 +33,7 @@ bool parseAscDate(const char* p, const char* e, int64_t& ns)
     skipBlanks(p, e);
     if (!unsignedNumber(p, e, 10, 23, hour) || p == e || *p++ != ':' ||
         !unsignedNumber(p, e, 10, 59, minute) || p == e || *p++ != ':' ||
-        !decimalNs(p, e, 1000000000, secondNs))
+        !decimalNs<1000000000>(p, e, secondNs) || secondNs >= 61000000000LL)
         return false;
     skipBlanks(p, e);
     const char* half = p;
@@ -45,7 +45,7 @@ bool parseAscDate(const char* p, const char* e, int64_t& ns)
             hour = 0;
         skipBlanks(p, e);
     }
-    if (!unsignedNumber(p, e, 10, 9999, year) || day == 0)
+    if (!unsignedNumber(p, e, 10, 2200, year) || year < 1900 || day == 0)
         return false;
     ns = ((daysFromCivil(int64_t(year), unsigned(month), unsigned(day)) * 24 + int64_t(hour)) * 60 +
           int64_t(minute)) *
@@ -70,12 +70,12 @@ public:
             return false;
         }
         int64_t time;
-        if (!decimalNs(p, e, 1000000000, time))
+        if (!decimalNs<1000000000>(p, e, time))
             return false;
         if (relative_) // each time counts from the event before
-            time += previous_;
+            time = addNs(time, previous_);
         previous_ = time;
-        f.timeNs = info_.startNs + time;
+        f.timeNs = addNs(info_.startNs, time);
         skipBlanks(p, e);
         const char* kind = word(p, e);
         uint64_t channel;
@@ -131,20 +131,15 @@ private:
         return p == e || isBlank(*p);
     }
 
-    bool dataBytes(const char*& p, const char* e, Frame& f, unsigned count, const char*& problem)
+    bool dataBytes(const char*& p, const char* e, Frame& f, unsigned count, const char*& problem) const
     {
-        for (f.length = 0; f.length < count; ++f.length) {
-            skipBlanks(p, e);
-            uint64_t byte;
-            if (base_ == 16 && e - p >= 2 && hexByte(p, f.data[f.length]) && (e - p == 2 || isBlank(p[2]))) {
-                p += 2;
-            } else if (base_ == 10 && unsignedNumber(p, e, 10, 255, byte) && (p == e || isBlank(*p))) {
-                f.data[f.length] = uint8_t(byte);
-            } else {
-                problem = "fewer or other data bytes than the frame's length says";
-                return false;
-            }
+        const char* behind = spacedBytes(p, e, base_, f.data, count);
+        if (!behind) {
+            problem = "fewer or other data bytes than the frame's length says";
+            return false;
         }
+        p = behind;
+        f.length = uint8_t(count);
         return true;
     }
 
@@ -173,7 +168,7 @@ private:
             problem = "bad data length code";
             return false;
         }
-        return dataBytes(p, e, f, std::min<unsigned>(fdLength(unsigned(dlc)), 8), problem);
+        return dataBytes(p, e, f, std::min<unsigned>(dlcLength(unsigned(dlc)), 8), problem);
     }
 
     // "CANFD 1 Rx 123 [name] 1 0 d 12 <data> <duration> <length> <flags> ...", after the channel.

@@ -122,8 +122,8 @@ private:
         }
         uint16_t t[8]; // SYSTEMTIME: year, month, day of week, day, hour, minute, second, milliseconds
         std::memcpy(t, &raw_[40], sizeof t);
-        if (t[0] >= 1601 && t[1] >= 1 && t[1] <= 12 && t[3] >= 1 && t[3] <= 31 && t[4] < 24 && t[5] < 60 &&
-            t[6] < 60 && t[7] < 1000) {
+        if (t[0] >= 1900 && t[0] <= 2200 && t[1] >= 1 && t[1] <= 12 && t[3] >= 1 && t[3] <= 31 && t[4] < 24 &&
+            t[5] < 60 && t[6] < 60 && t[7] < 1000) {
             info_.absoluteTime = true;
             info_.startNs =
                 ((text::daysFromCivil(t[0], t[1], t[3]) * 24 + t[4]) * 60 + t[5]) * 60000000000LL +
@@ -303,7 +303,7 @@ private:
             return false;
         }
         clearFrame(f);
-        f.timeNs = int64_t(uint64_t(info_.startNs) + ns);
+        f.timeNs = text::addNs(info_.startNs, int64_t(ns));
         unsigned channel, dlc, flags = 0, available = 8;
         uint32_t id = field<uint32_t>(d + 4);
         const uint8_t* data = d + 8;
@@ -329,7 +329,7 @@ private:
             flags &= ~FrameRemote;
         f.flags = uint8_t(flags | (id & kExtendedId ? FrameExtended : 0));
         f.id = id & 0x1FFFFFFF;
-        f.length = flags & FrameFd ? fdLength(dlc) : uint8_t(std::min(dlc, 8u));
+        f.length = flags & FrameFd ? text::dlcLength(dlc) : uint8_t(std::min(dlc, 8u));
         if (!(flags & FrameRemote))
             std::memcpy(f.data, data, std::min<unsigned>(f.length, available));
         f.channel = uint16_t(channel ? channel - 1 : 0);

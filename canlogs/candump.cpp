@@ -26,7 +26,7 @@ public:
         f.timeNs = 0;
         if (*p == '(') {
             ++p;
-            if (!decimalNs(p, e, 1000000000, f.timeNs) || p == e || *p++ != ')') {
+            if (!decimalNs<1000000000>(p, e, f.timeNs) || p == e || *p++ != ')') {
                 problem = "unreadable time; expected a line such as (1436509052.249713) can0 123#DEADBEEF";
                 return false;
             }
@@ -98,22 +98,24 @@ private:
             return true;
         }
         size_t length = 0;
-        while (p < e && !isBlank(*p)) {
-            if (*p == '.') {
-                ++p;
+        const char* q = p; // a copy: the stores into f.data could otherwise alias p
+        while (q < e && !isBlank(*q)) {
+            if (*q == '.') {
+                ++q;
                 continue;
             }
-            if (*p == '_' && maxLength == 8) { // the raw DLC above 8 of a classic frame
-                p += std::min<ptrdiff_t>(2, e - p);
+            if (*q == '_' && maxLength == 8) { // the raw DLC above 8 of a classic frame
+                q += std::min<ptrdiff_t>(2, e - q);
                 break;
             }
-            if (e - p < 2 || length == maxLength || !hexByte(p, f.data[length])) {
+            if (e - q < 2 || length == maxLength || !hexByte(q, f.data[length])) {
                 problem = "bad data bytes";
                 return false;
             }
             ++length;
-            p += 2;
+            q += 2;
         }
+        p = q;
         f.length = uint8_t(length);
         return true;
     }

@@ -23,6 +23,7 @@ void LogInfo::growNumberedChannels(unsigned index)
 {
     while (channelNames.size() <= index)
         channelNames.push_back(std::to_string(channelNames.size() + 1));
+    numberedChannels = unsigned(channelNames.size());
 }
 
 FileInput::~FileInput()
@@ -129,42 +130,6 @@ bool startsWithNoCase(const char* b, const char* e, const char* literal)
         if (b == e || lower(*b) != *literal)
             return false;
     return true;
-}
-
-bool decimalNs(const char*& p, const char* e, int64_t unitNs, int64_t& ns)
-{
-    const char* start = p;
-    int64_t whole = 0;
-    const int64_t limit = INT64_MAX / unitNs - 1;
-    while (p < e && isDigit(*p)) {
-        whole = whole * 10 + (*p++ - '0');
-        if (whole > limit)
-            return false;
-    }
-    if (p == start)
-        return false;
-    ns = whole * unitNs;
-    if (p < e && *p == '.') {
-        ++p;
-        for (int64_t scale = unitNs / 10; p < e && isDigit(*p); ++p, scale /= 10)
-            ns += (*p - '0') * scale;
-    }
-    return true;
-}
-
-bool unsignedNumber(const char*& p, const char* e, unsigned base, uint64_t limit, uint64_t& value)
-{
-    const char* start = p;
-    value = 0;
-    for (; p < e; ++p) {
-        const int d = hexDigit(*p);
-        if (d < 0 || unsigned(d) >= base)
-            break;
-        value = value * base + unsigned(d);
-        if (value > limit)
-            return false;
-    }
-    return p != start;
 }
 
 int64_t daysFromCivil(int64_t year, unsigned month, unsigned day)

@@ -78,8 +78,9 @@ LogReader::LogReader(const std::string& path) : d(std::make_unique<State>())
     d->atEnd = true;
     if (!d->input.open(path, &d->info.error))
         return;
-    char sample[64 * 1024];
-    const size_t n = d->input.peek(sample, sizeof sample);
+    std::vector<char> buffer(64 * 1024);
+    const char* sample = buffer.data();
+    const size_t n = d->input.peek(buffer.data(), buffer.size());
     if (n == 0) {
         d->info.error = path + ": the file is empty";
         return;
@@ -192,8 +193,7 @@ LogContents readLog(const std::string& path, const std::function<bool(uint64_t, 
 
 uint8_t fdLength(unsigned dlc)
 {
-    static const uint8_t lengths[16] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 12, 16, 20, 24, 32, 48, 64};
-    return lengths[dlc & 15];
+    return dlcLength(dlc);
 }
 
 } // namespace canlogs

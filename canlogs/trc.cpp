@@ -16,7 +16,7 @@ constexpr int64_t kEpochInTrcDays = 25569; // 1970-01-01 counted from 1899-12-30
 bool parseStartTime(const char* p, const char* e, int64_t& ns)
 {
     uint64_t days = 0;
-    if (!unsignedNumber(p, e, 10, 3000000, days))
+    if (!unsignedNumber(p, e, 10, 106000, days)) // up to the year 2190, within 64 bits of nanoseconds
         return false;
     unsigned __int128 fraction = 0, scale = 1;
     if (p < e && *p == '.')
@@ -97,21 +97,21 @@ private:
         return id <= (p - digits > 4 ? 0x1FFFFFFFu : 0x7FFu);
     }
 
-    bool dataBytes(const char*& p, const char* e, Frame& f, unsigned count, const char*& problem)
+    static bool dataBytes(const char*& p, const char* e, Frame& f, unsigned count, const char*& problem)
     {
-        for (f.length = 0; f.length < count; ++f.length, p += 2) {
-            skipBlanks(p, e);
-            if (e - p < 2 || !hexByte(p, f.data[f.length])) {
-                problem = "fewer or other data bytes than the frame's length says";
-                return false;
-            }
+        const char* behind = spacedBytes(p, e, 16, f.data, count);
+        if (!behind) {
+            problem = "fewer or other data bytes than the frame's length says";
+            return false;
         }
+        p = behind;
+        f.length = uint8_t(count);
         return true;
     }
 
     bool setTimeAndChannel(Frame& f, int64_t offset, uint64_t bus)
     {
-        f.timeNs = info_.startNs + offset;
+        f.timeNs = addNs(info_.startNs, offset);
         f.channel = uint16_t(bus ? bus - 1 : 0);
         info_.noteNumberedChannel(f.channel);
         return true;
@@ -128,7 +128,7 @@ private:
         uint64_t bus = 1, dlc;
         const bool numbered = p - number >= 2 && p[-1] == ')';
         skipBlanks(p, e);
-        if (!numbered || !decimalNs(p, e, 1000000, offset))
+        if (!numbered || !decimalNs<1000000>(p, e, offset))
             return false;
         if (version_ >= 12) {
             skipBlanks(p, e);
@@ -179,7 +179,7 @@ private:
         for (const char column : columns_) {
             skipBlanks(p, e);
             if (column == 'O') {
-                if (!decimalNs(p, e, 1000000, offset))
+                if (!decimalNs<1000000>(p, e, offset))
                     return false;
             } else if (column == 'T') {
                 const char* type = word(p, e);
@@ -197,7 +197,7 @@ private:
                 if (!unsignedNumber(p, e, 10, column == 'L' ? 15 : 64, length))
                     return false;
                 if (column == 'L')
-                    length = f.flags & FrameFd ? fdLength(unsigned(length)) : std::min<uint64_t>(length, 8);
+                    length = f.flags & FrameFd ? dlcLength(unsigned(length)) : std::min<uint64_t>(length, 8);
             } else if (column == 'D') {
                 if (f.flags & FrameRemote)
                     f.length = uint8_t(std::min<uint64_t>(length, 8));
