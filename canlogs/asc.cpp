@@ -208,8 +208,9 @@ private:
             if (flags & 0x10) {
                 f.flags |= FrameRemote;
                 f.length = uint8_t(std::min<uint64_t>(dlc, 8));
-                std::memset(f.data, 0, sizeof f.data);
+                std::memset(f.data, 0, 8);
             }
+            std::memset(f.data + 8, 0, sizeof f.data - 8); // a classic frame has no bytes beyond 8
         }
         return true;
     }

@@ -30,13 +30,17 @@ QString canonical(const Frame& f, int64_t start)
             flags += QLatin1Char("xrfbe"[bit]);
     const bool noData = (f.flags & canlogs::FrameRemote) || f.length == 0;
     const QByteArray data = QByteArray(reinterpret_cast<const char*>(f.data), f.length).toHex();
-    return QStringLiteral("%1 %2 %3 %4 %5 %6")
+    // Bytes that are no data must be 0; a line that says otherwise matches no expected line.
+    const bool junk =
+        std::any_of(f.data + (noData ? 0 : f.length), f.data + sizeof f.data, [](uint8_t b) { return b; });
+    return QStringLiteral("%1 %2 %3 %4 %5 %6%7")
         .arg(t >= 0 ? (t + 500) / 1000 : -((-t + 500) / 1000))
         .arg(f.channel)
         .arg(f.id, 0, 16)
         .arg(flags.isEmpty() ? QStringLiteral("-") : flags)
         .arg(f.length)
-        .arg(noData ? QStringLiteral("-") : QString::fromLatin1(data));
+        .arg(noData ? QStringLiteral("-") : QString::fromLatin1(data))
+        .arg(junk ? " and bytes beyond its length" : "");
 }
 
 QStringList canonicalLines(const LogContents& log)
@@ -228,9 +232,11 @@ void TestCanLogs::details_data()
                       "   0.250000 1  Statistic: D 0 R 0 XD 0 XR 0 E 0 O 0 B 0.00%\n"
                       "   0.000100 2  1FFx            Tx   r 3\n"
                       "   0.100000 CANFD   1 Rx        7A  Name  0 1 9 12 00 01 02 03 04 05 06 07 08 09 0A 0B"
-                      "  0 0 5000\nEnd TriggerBlock\n")
-        << "1000000 0 123 - 2 0102\n1250100 1 1ff xr 3 -\n1350100 0 7a fe 12 000102030405060708090a0b" << true
-        << qint64(1484181000500000000);
+                      "  0 0 5000\n   0.000001 CANFD   1 Rx  7B  0 0 9 12 01 02 03 04 05 06 07 08 09 0A 0B 0C"
+                      "  0 0 0\nEnd TriggerBlock\n")
+        << "1000000 0 123 - 2 0102\n1250100 1 1ff xr 3 -\n1350100 0 7a fe 12 000102030405060708090a0b\n"
+           "1350101 0 7b - 8 0102030405060708"
+        << true << qint64(1484181000500000000);
     QTest::newRow("TRC 2.1 FD, remote, bus")
         << QByteArray(";$FILEVERSION=2.1\r\n;$STARTTIME=25569.25\r\n;$COLUMNS=N,O,T,B,I,d,R,L,D\r\n"
                       "      1         1.5 FB  2 18FF0001 Rx -  9    00 01 02 03 04 05 06 07 08 09 0A 0B\r\n"
