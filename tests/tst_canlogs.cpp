@@ -61,7 +61,7 @@ QByteArray readFile(const QString& path)
 
 QStringList expectedLines(const QString& log)
 {
-    return QString::fromLatin1(readFile(kDataDir + "expected/" + log + ".txt"))
+    return QString::fromLatin1(readFile(kDataDir + "expected/" + log + ".frames"))
         .split('\n', Qt::SkipEmptyParts);
 }
 
@@ -144,7 +144,7 @@ void TestCanLogs::generatedLogs_data()
     const qint64 trcStart = 1577880000000000000; // ;$STARTTIME=43831.5: 2020-01-01 12:00 UTC
     QTest::newRow("candump -l") << "candump.log"
                                 << "candump" << true << qint64(0) << "vcan1 can0 can2";
-    QTest::newRow("candump screen") << "candump-screen.txt"
+    QTest::newRow("candump screen") << "candump-screen.log"
                                     << "candump" << true << qint64(0) << "can0 can1";
     // date Sat Sep 30 10:06:13.191 pm 2017
     QTest::newRow("ASC hex") << "vector.asc"
@@ -196,7 +196,7 @@ void TestCanLogs::realLogs_data()
     QTest::addColumn<int>("count");
     QTest::addColumn<quint64>("digest");
     // Count and FNV-1a of python-can's frames, written by make_canlogs.py.
-    for (const QByteArray& line : readFile(kDataDir + "real-logs.txt").split('\n')) {
+    for (const QByteArray& line : readFile(kDataDir + "real-logs.digest").split('\n')) {
         const QList<QByteArray> fields = line.split(' ');
         if (fields.size() == 3)
             QTest::newRow(fields[0].constData())

@@ -7,10 +7,10 @@ frames; the TRC versions it can't write (1.1 with remote frames, 1.3, 2.0),
 candump's screen form and the BLF objects it doesn't write are made by hand
 here from the same messages, and their expected frames are those messages.
 
-expected/<log>.txt holds one line per frame, as tst_canlogs prints them:
+expected/<log>.frames holds one line per frame, as tst_canlogs prints them:
   <µs since the log's start> <channel> <id hex> <flags> <length> <data hex>
 flags: x 29-bit, r remote, f FD, b BRS, e ESI, "-" none; data "-" when empty.
-real-logs.txt holds count and FNV-1a-64 of those lines for the shared logs.
+real-logs.digest holds count and FNV-1a-64 of those lines for the shared logs.
 """
 import calendar
 import copy
@@ -47,7 +47,7 @@ def canonical(msgs, start=0.0, channel_of=lambda m: m.channel):
 
 
 def write_expected(name, lines):
-    with open(os.path.join(EXPECTED, name + ".txt"), "w") as f:
+    with open(os.path.join(EXPECTED, name + ".frames"), "w") as f:
         f.writelines(lines)
 
 
@@ -112,13 +112,13 @@ def candump():
 
     # candump's screen form with absolute times (-ta), classic frames only.
     screen = [m for m in messages(40, 2, channels=("can0", "can1"))]
-    with open(os.path.join(HERE, "candump-screen.txt"), "w") as f:
+    with open(os.path.join(HERE, "candump-screen.log"), "w") as f:
         for m in screen:
             idtext = f"{m.arbitration_id:08X}" if m.is_extended_id else f"{m.arbitration_id:03X}"
             body = "remote request" if m.is_remote_frame else " ".join(f"{b:02X}" for b in m.data)
             f.write(f" ({m.timestamp:.6f})  {m.channel}  {idtext}   [{m.dlc}]  {body}\n")
     order = ["can0", "can1"]
-    write_expected("candump-screen.txt", canonical(screen, channel_of=lambda m: order.index(m.channel)))
+    write_expected("candump-screen.log", canonical(screen, channel_of=lambda m: order.index(m.channel)))
 
 
 ASC_DATE = "date Sat Sep 30 10:06:13.191 pm 2017\n"
@@ -295,7 +295,7 @@ def real_logs(folder):
         else:
             continue
         out.append(f"{name} {len(lines)} {fnv(lines):016x}\n")
-    open(os.path.join(HERE, "real-logs.txt"), "w").writelines(out)
+    open(os.path.join(HERE, "real-logs.digest"), "w").writelines(out)
 
 
 if __name__ == "__main__":
