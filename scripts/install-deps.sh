@@ -7,6 +7,7 @@ packages=(
     build-essential cmake pkg-config
     qtbase5-dev libqwt-qt5-dev libqt5svg5-dev libqt5opengl5-dev
     libsocketcan-dev
+    zlib1g-dev
     xvfb xauth imagemagick
 )
 
