@@ -1,0 +1,434 @@
+// The plot view: the time axis (time base, scrolling, the view at Start and
+// during a run), the two markers with their cells and their dragging,
+// printing, and the value axes with the viewport dialog.
+#include "dataplot.h"
+#include "gui_support.h"
+#include "mdialogcustomaxis.h"
+#include "operatingmode.h"
+#include "plotcurve.h"
+#include "plotprint.h"
+#include "tableplotdescription.h"
+#include "timebase.h"
+#include "valueaxistabpage.h"
+
+#include <qwt_plot_marker.h>
+#include <qwt_plot_picker.h>
+#include <qwt_plot_renderer.h>
+#include <qwt_scale_div.h>
+#include <qwt_scale_draw.h>
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPrintDialog>
+#include <QtTest>
+
+using Doubles = QVector<double>;
+using Steps = QVector<QPointF>; // run time, end of the view after the refresh
+Q_DECLARE_METATYPE(Steps)
+
+namespace {
+
+// The viewport dialog on two records and a fit flag of its own.
+struct AxisDialog
+{
+    ValueAxisSettings left = ValueAxisSettings::leftDefault();
+    ValueAxisSettings right = ValueAxisSettings::rightDefault();
+    QVector<ValueAxisSettings*> axes{&left, &right};
+    bool fit = false;
+    MDialogCustomAxis dialog{nullptr, &axes, &fit};
+    QSignalSpy applied{&dialog, &MDialogCustomAxis::signalApplyAxisSettings};
+
+    QLineEdit* field(int index, int which) // 0 min, 1 max, 2 step
+    {
+        const auto* page = qobject_cast<ValueAxisTabPage*>(dialog.tabWidget->widget(index));
+        return QVector<QLineEdit*>{page->lineEditMin, page->lineEditMax, page->lineEditStep}[which];
+    }
+    void setViewport(int index, const QStringList& texts)
+    {
+        for (int which = 0; which < 3; ++which)
+            field(index, which)->setText(texts[which]);
+    }
+};
+
+} // namespace
+
+class TestPlot : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<VistrelMainWindow> window;
+
+    QwtScaleDiv axis() const { return window->plot->axisScaleDiv(QwtPlot::xBottom); }
+    // Whether the view shows end - span to end, to a microsecond.
+    bool viewEndsAt(double end, double span) const
+    {
+        return qAbs(axis().upperBound() - end) < 1e-6 && qAbs(axis().lowerBound() - end + span) < 1e-6;
+    }
+    void runTo(double runTime)
+    {
+        window->setRunTime(runTime);
+        window->followRun();
+    }
+    void showStopped()
+    {
+        window->resize(1000, 800);
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        window->setOperatingMode(ModeStopped);
+    }
+    // A canvas position near a time, and the time that it stands for.
+    QPoint at(double time) const
+    {
+        return QPoint(qRound(window->plot->transform(QwtPlot::xBottom, time)), 50);
+    }
+    double timeAt(double time) const { return window->plot->invTransform(QwtPlot::xBottom, at(time).x()); }
+    // A curve (offset 10) whose zeroed arrays start with the points given, newest first.
+    QSharedPointer<PlotCurve> curveWith(const Doubles& x, const Doubles& y, unsigned points,
+                                        double scale = 1.0)
+    {
+        const auto curve = QSharedPointer<PlotCurve>::create(
+            window.get(), QColor(Qt::red), QStringLiteral("c"), 0, 2, 0x123, 1, 2, 0xFF, 0, 0, scale, 10.0,
+            QString(), 2, true, points, true);
+        std::copy(x.begin(), x.end(), curve->xValues.get());
+        std::copy(y.begin(), y.end(), curve->yValues.get());
+        return curve;
+    }
+
+private slots:
+    void initTestCase() { GuiSupport::prepare(); }
+    void init() { window = GuiSupport::windowWithCurves(QString()); }
+    void cleanup() { window.reset(); }
+
+    // The ends of the table and of each unit; index 24 lies past the end.
+    void timeBases_data()
+    {
+        QTest::addColumn<int>("index");
+        QTest::addColumn<double>("span");
+        QTest::addColumn<QString>("label");
+        QTest::newRow("first") << 0 << 0.01 << "10 ms";
+        QTest::newRow("last in ms") << 5 << 0.5 << "500 ms";
+        QTest::newRow("first in s") << 6 << 1.0 << "1 s";
+        QTest::newRow("last") << 23 << 500000.0 << "500000 s";
+        QTest::newRow("past the end") << 24 << 10.0 << "10 s";
+    }
+
+    void timeBases()
+    {
+        QFETCH(int, index);
+        QFETCH(double, span);
+        QFETCH(QString, label);
+        const GuiSupport::CommaLocale comma; // labels keep their point
+        window->slotTimeBaseChanged(index);
+        QCOMPARE(window->textLabelTimeBase->text(), label);
+        QVERIFY(viewEndsAt(0.0, span));
+        // Ten intervals, labelled with three decimals.
+        const QList<double> ticks = axis().ticks(QwtScaleDiv::MajorTick);
+        QCOMPARE(ticks.size(), 11);
+        const QString oneStep = QString::asprintf("%0.3f", -span / 10);
+        QCOMPARE(window->plot->axisScaleDraw(QwtPlot::xBottom)->label(ticks[9]).text(), oneStep);
+    }
+
+    void followingARun_data()
+    {
+        QTest::addColumn<bool>("continuous");
+        QTest::addColumn<int>("index");
+        QTest::addColumn<double>("startEnd"); // end of the view at Start
+        QTest::addColumn<Steps>("steps");
+        QTest::newRow("continuous") << true << 9 << 0.0 << Steps{{0.25, 0.25}, {12.5, 12.5}};
+        // Opens from -5 to 5 and stays until the run time passes 5, then
+        // jumps so that the present is in the middle.
+        QTest::newRow("paged, 10 s") << false << 9 << 5.0
+                                     << Steps{{4.9, 5}, {5.0, 5}, {5.2, 10.2}, {10.2, 10.2}, {10.3, 15.3}};
+        // Refreshed each 250 ms: 0.5 s <= 2 * 0.25 s follows although paged.
+        QTest::newRow("paged, 500 ms follows") << false << 5 << 0.25 << Steps{{0.1, 0.1}};
+        QTest::newRow("paged, 1 s pages") << false << 6 << 0.5 << Steps{{0.25, 0.5}, {0.75, 1.25}};
+    }
+
+    void followingARun()
+    {
+        QFETCH(bool, continuous);
+        QFETCH(int, index);
+        QFETCH(double, startEnd);
+        QFETCH(Steps, steps);
+        window->continuousScroll = continuous;
+        window->sliderTimeBase->setValue(index);
+        window->setRunTime(0.0);
+        window->setTimeAxisForStart();
+        const double span = axis().range();
+        QVERIFY(viewEndsAt(startEnd, span));
+        for (const QPointF& step : steps) {
+            runTo(step.x());
+            QVERIFY2(viewEndsAt(step.y(), span), qPrintable(QString::number(step.x())));
+            // The scroll bar at its right end, with a range once the record outgrows the view.
+            const int end = step.x() > span ? int(step.x() * 1000) : 0;
+            QCOMPARE(window->scrollBarTime->maximum(), end);
+            QCOMPARE(window->scrollBarTime->value(), end);
+        }
+    }
+
+    void afterARun()
+    {
+        runTo(100.0);
+        window->scrollBarTime->setValue(50000);
+        QVERIFY(viewEndsAt(50.0, 10.0));
+        window->sliderTimeBase->setValue(8); // a new time base keeps the right end,
+        QVERIFY(viewEndsAt(50.0, 5.0));
+        QCOMPARE(window->scrollBarTime->value(), 50000);
+        window->sliderTimeBase->setValue(12); // unless the whole record fits
+        QVERIFY(viewEndsAt(100.0, 100.0));
+        QCOMPARE(window->scrollBarTime->maximum(), 0);
+        window->sliderTimeBase->setValue(9);
+        runTo(3.0);
+        window->slotScrollTimeChanged(1000); // a short record doesn't scroll
+        QVERIFY(viewEndsAt(3.0, 10.0));
+    }
+
+    void zoomToMarkers_data()
+    {
+        QTest::addColumn<double>("marker1");
+        QTest::addColumn<double>("marker2");
+        QTest::addColumn<double>("runTime");
+        QTest::addColumn<int>("index");
+        QTest::addColumn<double>("end");
+        QTest::newRow("4 and 1") << 4.0 << 1.0 << 10.0 << 8 << 5.0;
+        QTest::newRow("exactly 5 s apart: strictly greater") << 1.0 << 6.0 << 20.0 << 9 << 8.5;
+        QTest::newRow("500000 s apart: the last") << 0.0 << 500000.0 << 1e6 << 23 << 500000.0;
+    }
+
+    void zoomToMarkers()
+    {
+        QFETCH(double, marker1);
+        QFETCH(double, marker2);
+        QFETCH(double, runTime);
+        QFETCH(int, index);
+        QFETCH(double, end);
+        runTo(runTime);
+        window->plot->setMarker1(marker1);
+        window->plot->setMarker2(marker2);
+        const QSignalSpy slider(window->sliderTimeBase, &QSlider::valueChanged);
+        window->pushButtonDMarker->click();
+        QCOMPARE(window->sliderTimeBase->value(), index);
+        QVERIFY(viewEndsAt(end, timeBaseTable[size_t(index)]));
+        QCOMPARE(window->textLabelTimeBase->text(), timeBaseLabel(timeBaseTable[size_t(index)]));
+        QCOMPARE(window->scrollBarTime->value(), runTime > axis().range() ? int(end * 1000) : 0);
+        QCOMPARE(slider.count(), 0); // the slot ran once, directly
+    }
+
+    // Row 1's curve, behind a curve without points that leaves row 0 alone. "before": unchanged.
+    void markerCells_data()
+    {
+        QTest::addColumn<Doubles>("x");
+        QTest::addColumn<double>("scale");
+        QTest::addColumn<double>("time");
+        QTest::addColumn<QString>("cell");
+        // The live point at 10, then samples at 8, 6, 4, 2.
+        const Doubles x{10.0, 8.0, 6.0, 4.0, 2.0};
+        QTest::newRow("scale 0 gives raw 0") << x << 0.0 << 7.0 << "30.000/0.000   [6.000 s]";
+        QTest::newRow("nothing older") << x << 2.0 << 2.0 << "before";
+        // Unfilled elements of a live curve count as points at time 0, but
+        // not as older than 0.
+        QTest::newRow("unfilled, marker at 0") << Doubles{3.5, 3.0} << 2.0 << 0.0 << "before";
+    }
+
+    void markerCells()
+    {
+        QFETCH(Doubles, x);
+        QFETCH(double, scale);
+        QFETCH(double, time);
+        QFETCH(QString, cell);
+        const Doubles y = Doubles{50.0, 50.0, 30.0, 20.0, 10.0}.mid(0, x.size());
+        window->curves << curveWith({}, {}, 0) << curveWith(x, y, x.size() == 5 ? 5 : 8, scale);
+        TablePlotDescription* table = window->tableDescription;
+        table->setRowCount(2);
+        for (int row = 0; row < 2; ++row) {
+            table->setM1(row, QStringLiteral("before"));
+            table->setM2(row, QStringLiteral("before"));
+        }
+        window->plot->setMarker1(time);
+        QCOMPARE(table->text(1, TablePlotDescription::ColM1), cell);
+        QCOMPARE(table->text(1, TablePlotDescription::ColM2), QStringLiteral("before"));
+        window->plot->setMarker2(time);
+        QCOMPARE(table->text(1, TablePlotDescription::ColM2), cell);
+        QCOMPARE(table->text(0, TablePlotDescription::ColM2), QStringLiteral("before"));
+    }
+
+    void dragMovesTheNearerMarker()
+    {
+        showStopped();
+        DataPlot* plot = window->plot;
+        plot->setMarker2Color(Qt::red);
+        // Nearer to marker 1 (of -6 and -4): it follows, also past the other; texts wait for the release.
+        plot->slotPickerMoved(at(-5.8));
+        plot->slotPickerMoved(at(-3.0));
+        QCOMPARE(plot->marker1()->xValue(), timeAt(-3.0));
+        QCOMPARE(window->pushButtonMarker1->text(), QStringLiteral("M1: -6.000 s"));
+        plot->slotPickerSelected(QPolygon(QVector<QPoint>{at(-3.0)}));
+        QCOMPARE(window->pushButtonMarker1->text(), QString::asprintf("M1: %0.3f s", timeAt(-3.0)));
+        QCOMPARE(window->pushButtonDMarker->text(), QString::asprintf("dM: -%0.3f s", timeAt(-3.0) + 4.0));
+        QCOMPARE(plot->marker2()->xValue(), -4.0);
+        // The next drag chooses afresh. Exactly midway (v +- 0.25 are exact
+        // for v in (-1.75, -1.25]) marker 2 wins and lends the picker its colour.
+        const double v = timeAt(-1.3);
+        plot->setMarker1(v - 0.25);
+        plot->setMarker2(v + 0.25);
+        plot->slotPickerMoved(at(-1.3));
+        QCOMPARE(plot->marker1()->xValue(), v - 0.25);
+        QCOMPARE(plot->marker2()->xValue(), v);
+        QCOMPARE(plot->picker()->trackerPen().color(), QColor(Qt::red));
+        // In a run nothing moves, and a drag begun before doesn't end.
+        window->setOperatingMode(ModeRun);
+        plot->slotPickerSelected(QPolygon(QVector<QPoint>{at(-1.3)}));
+        plot->slotPickerMoved(at(-5.0));
+        QCOMPARE(plot->marker1()->xValue(), v - 0.25);
+        QCOMPARE(plot->marker2()->xValue(), v);
+        QCOMPARE(window->pushButtonMarker2->text(), QString::asprintf("M2: %0.3f s", v + 0.25));
+    }
+
+    void timeTextAndGreyScalePrint()
+    {
+        // "Time/sec" in the lower right corner of the canvas.
+        showStopped();
+        const QImage canvas = window->plot->canvas()->grab().toImage();
+        int dark = 0;
+        for (int y = canvas.height() - 20; y < canvas.height() - 3; ++y)
+            for (int x = canvas.width() - 65; x < canvas.width() - 5; ++x)
+                dark += qGray(canvas.pixel(x, y)) < 100;
+        QVERIFY(dark > 20);
+        // A grey-scale printer leaves out the canvas colour.
+        const QColor colour(200, 30, 40);
+        window->plot->setCanvasColor(colour);
+        for (const auto mode : {QPrinter::Color, QPrinter::GrayScale}) {
+            QImage image(800, 500, QImage::Format_RGB32);
+            image.fill(Qt::white);
+            QwtPlotRenderer renderer;
+            setUpPrintRenderer(renderer, mode);
+            renderer.renderTo(window->plot, image);
+            int colourPixels = 0;
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x)
+                    colourPixels += image.pixelColor(x, y) == colour;
+            QCOMPARE(colourPixels > image.width() * image.height() / 3, mode == QPrinter::Color);
+            QCOMPARE(renderer.testLayoutFlag(QwtPlotRenderer::FrameWithScales), mode == QPrinter::GrayScale);
+        }
+    }
+
+    void printDialog_data()
+    {
+        QTest::addColumn<bool>("accept");
+        QTest::newRow("accepted") << true;
+        QTest::newRow("cancelled") << false;
+    }
+
+    void printDialog()
+    {
+        QFETCH(bool, accept);
+        const QString path = TestSupport::temporaryPath(QStringLiteral("plot-%1.pdf").arg(accept ? 1 : 0));
+        QString printer;
+        const TestSupport::ModalAnswerer answerer([&](QWidget* widget) {
+            // Qt's own dialog: its last destination prints to a PDF file.
+            auto* dialog = qobject_cast<QPrintDialog*>(widget);
+            auto* printers = widget->findChild<QComboBox*>(QStringLiteral("printers"));
+            auto* fileName = widget->findChild<QLineEdit*>(QStringLiteral("filename"));
+            if (!dialog || !printers || !fileName)
+                return widget->hide();
+            printer = dialog->printer()->creator() + ' ' +
+                      QString::number(dialog->printer()->pageLayout().orientation());
+            printers->setCurrentIndex(printers->count() - 1);
+            fileName->setText(path);
+            dialog->printer()->setOutputFileName(path); // where a print after Cancel would land
+            accept ? dialog->accept() : dialog->reject();
+        });
+        window->projectPrint();
+        if (printer.isEmpty())
+            QSKIP("this Qt's print dialog offers no printing to a file");
+        QCOMPARE(printer, QStringLiteral("Vistrel %1").arg(QPageLayout::Landscape));
+        QFile file(path);
+        QCOMPARE(file.open(QIODevice::ReadOnly) && file.read(4) == "%PDF", accept);
+    }
+
+    // Apply stores and stays, Cancel keeps what Apply did, OK stores and closes. Commas
+    // become points; the comma locale stays the default.
+    void viewportApplyOkCancel()
+    {
+        const GuiSupport::CommaLocale comma;
+        AxisDialog d;
+        QTimer::singleShot(0, &d.dialog, [&d] {
+            d.setViewport(0, {"1,5", "2,5e2", "0"}); // step 0 leaves the ticks to Qwt
+            d.dialog.pushButtonApply->click();
+            QCOMPARE(d.field(0, 1)->text(), QStringLiteral("2.5e2"));
+            QVERIFY(d.dialog.isVisible());
+            d.field(1, 2)->setText(QStringLiteral("0,25"));
+            d.dialog.buttonCancel->click();
+        });
+        QCOMPARE(d.dialog.exec(), int(QDialog::Rejected));
+        QCOMPARE((QVector<double>{d.left.min, d.left.max, d.left.step, d.right.step}),
+                 (QVector<double>{1.5, 250, 0, 10}));
+        QVERIFY(d.fit); // the box stands checked
+        QTimer::singleShot(0, &d.dialog, [&d] { QTest::keyClick(&d.dialog, Qt::Key_Return); });
+        QCOMPARE(d.dialog.exec(), int(QDialog::Accepted));
+        QCOMPARE(d.applied.count(), 2);
+        QCOMPARE(d.right.step, 0.25);
+        QCOMPARE(QLocale().decimalPoint(), QChar(','));
+    }
+
+    // A failing page stores nothing on either page. A step not below the range gets a
+    // suggestion, shown and selected; other failures are silent.
+    void refused_data()
+    {
+        QTest::addColumn<int>("page");
+        QTest::addColumn<QStringList>("viewport");
+        QTest::addColumn<QString>("suggestion");
+        QTest::newRow("left, step equals range") << 0 << QStringList{"0", "100", "100"} << "20";
+        QTest::newRow("right, step above range") << 1 << QStringList{"-1", "2", "5"} << "0.6";
+        QTest::newRow("left, minimum equals maximum") << 0 << QStringList{"5", "5", "1"} << "";
+        QTest::newRow("right, empty step") << 1 << QStringList{"0", "10", ""} << "";
+    }
+
+    void refused()
+    {
+        QFETCH(int, page);
+        QFETCH(QStringList, viewport);
+        QFETCH(QString, suggestion);
+        AxisDialog d;
+        d.setViewport(1 - page, {"-2,5", "7,5", "2,5"});
+        d.setViewport(page, viewport);
+        d.dialog.tabWidget->setCurrentIndex(1 - page);
+        d.dialog.buttonOk->click();
+        QCOMPARE(d.applied.count(), 0);
+        QVERIFY(d.left.min == -100 && d.left.step == 10 && d.right.max == 100 && !d.right.visible);
+        QCOMPARE(d.dialog.result(), int(QDialog::Rejected));
+        QCOMPARE(d.field(1 - page, 0)->text(), QStringLiteral("-2.5")); // the points are there
+        QCOMPARE(d.dialog.tabWidget->currentIndex(), suggestion.isEmpty() ? 1 - page : page);
+        QCOMPARE(d.field(page, 2)->text(), suggestion.isEmpty() ? viewport[2] : suggestion);
+        if (suggestion.isEmpty())
+            return;
+        QCOMPARE(d.field(page, 2)->selectedText(), suggestion);
+        d.dialog.pushButtonApply->click(); // the suggestion passes
+        QCOMPARE(d.applied.count(), 1);
+        QCOMPARE((page ? d.right : d.left).step, suggestion.toDouble());
+        QCOMPARE((page ? d.left : d.right).min, -2.5);
+    }
+
+    // With the fit flag, each update rescales the rows to their axis, but not in a run.
+    void fitRecalculatesTheScaling()
+    {
+        const auto window = GuiSupport::windowWithCurves(QString(), 2);
+        TablePlotConfig* table = window->tableConfig;
+        table->setValueAxis(1, 1);
+        const auto update = [&](bool fit, bool running) {
+            for (int row = 0; row < 2; ++row)
+                table->setScaleText(row, QStringLiteral("5"));
+            window->fitScaleToViewport = fit;
+            window->running = running;
+            window->slotAxisSettingsUpdated();
+            window->running = false;
+            return QStringList{table->scaleText(0), table->scaleText(1)};
+        };
+        QCOMPARE(update(false, false), (QStringList{"5", "5"}));
+        QCOMPARE(update(true, true), (QStringList{"5", "5"}));
+        QCOMPARE(update(true, false), (QStringList{"0.7843137254901961", "0.392156862745098"}));
+    }
+};
+
+QTEST_MAIN(TestPlot)
+#include "tst_plot.moc"

@@ -1,0 +1,537 @@
+// The configuration table and the description table: the cells of a new
+// row, the baud code, access outside the table, tooltips, "En" and "Style";
+// what an edit does, adding and deleting curves; the scaling maths and the
+// scaling dialog.
+#include "dataplot.h"
+#include "gui_support.h"
+#include "mdialogscaleoffset.h"
+#include "plotcurve.h"
+#include "qcombotablesupportitem.h"
+#include "tableplotdescription.h"
+
+#include <qwt_plot_curve.h>
+
+#include <QColorDialog>
+#include <QHeaderView>
+#include <QMenu>
+#include <QtTest>
+
+using TestSupport::ModalAnswerer;
+using TestSupport::windowWithBareTable;
+using Config = TablePlotConfig;
+using Description = TablePlotDescription;
+
+namespace {
+
+const QString threeNets =
+    QStringLiteral("net 0 virtual demo\nnet 2 virtual name=MY_CAN_BOX\nnet 4 virtual name=can_lower\n");
+
+// Names row r "c<r>" with unit "u<r>", by the edit rules.
+std::unique_ptr<VistrelMainWindow> namedRows(int rows, bool shown = false)
+{
+    auto window = GuiSupport::windowWithCurves(threeNets, rows, shown);
+    for (int row = 0; row < rows; ++row) {
+        window->tableConfig->setCurveName(row, QStringLiteral("c%1").arg(row));
+        window->tableConfig->setUnitText(row, QStringLiteral("u%1").arg(row));
+    }
+    return window;
+}
+
+// The names of the curves, where both tables and the plot item agree, and the count of spares.
+QStringList curvesShown(VistrelMainWindow& w)
+{
+    QStringList shown;
+    for (int row = 0; row < w.tableConfig->rowCount(); ++row) {
+        const QString name = w.tableConfig->curveName(row);
+        const QString color = w.tableConfig->curveColor(row);
+        const bool agree =
+            row < w.curves.size() && w.curves[row]->plotItem->title().text() == name &&
+            w.curves[row]->plotItem->pen().color() == QColor(color) &&
+            w.tableDescription->text(row, Description::ColName) == name &&
+            w.tableDescription->curveColor(row) == color &&
+            w.tableDescription->text(row, Description::ColUnit) == w.tableConfig->unitText(row);
+        shown << (agree ? name : QStringLiteral("row %1 differs").arg(row));
+    }
+    return shown + QStringList(QString::number(w.tableDescription->rowCount() - w.curves.size()));
+}
+
+// The six scaling cells: raw min, raw max, min, max, offset, scale.
+QStringList scalingCells(Config* table, int row)
+{
+    return {table->rawValueMinText(row), table->rawValueMaxText(row), table->valueMinText(row),
+            table->valueMaxText(row),    table->offsetText(row),      table->scaleText(row)};
+}
+
+// The dialog's fields in the order of the cells.
+QStringList fields(const MDialogScaleOffset* d)
+{
+    return {d->lineEditRawMin->text(), d->lineEditRawMax->text(), d->lineEditMin->text(),
+            d->lineEditMax->text(),    d->lineEditOffset->text(), d->lineEditScale->text()};
+}
+
+// Runs `act` on the next scaling dialog, which it records as opened; cancels it if left open.
+struct ScaleDialogAnswer
+{
+    explicit ScaleDialogAnswer(const std::function<void(MDialogScaleOffset*)>& act)
+        : answerer([this, act](QWidget* widget) {
+              auto* dialog = qobject_cast<MDialogScaleOffset*>(widget);
+              opened << QStringLiteral("%1 %2").arg(dialog->row).arg(dialog->windowTitle()) << fields(dialog);
+              act(dialog);
+              if (dialog->isVisible())
+                  dialog->buttonCancel->click();
+          })
+    {}
+    QStringList opened;
+    TestSupport::ModalAnswerer answerer;
+};
+
+} // namespace
+
+class TestTables : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { GuiSupport::prepare(); }
+
+    void newRow()
+    {
+        const auto window = windowWithBareTable(threeNets, 2);
+        Config* table = window->tableConfig;
+        QStringList texts;
+        for (int col = Config::ColName; col <= Config::ColUnit; ++col)
+            texts << table->cellText(1, col);
+        QCOMPARE(texts,
+                 (QStringList{"NewName", "0: DEMO", "1000.0", "-----", "0", "", "1", "Integer8", "0xFF",
+                              "Intel", "Left", "0.7843137254901961", "0.3921568627450966", ""}));
+        // "29-Bit" is checked, not typed; a colour cell keeps only the
+        // editable flag, so that a click doesn't select the colour away.
+        const auto editable = [table](int col) {
+            return bool(table->item(1, col)->flags() & Qt::ItemIsEditable);
+        };
+        QVERIFY(editable(Config::ColName) && editable(Config::ColId) && editable(Config::ColUnit));
+        QVERIFY(!editable(Config::ColScale) && !editable(Config::ColOffset) && !editable(Config::Col29Bit));
+        QVERIFY(table->item(1, Config::Col29Bit)->flags() & Qt::ItemIsUserCheckable);
+        QVERIFY(table->cellWidget(1, Config::ColDataType)->isEnabled());
+        table->setCurveColor(1, QStringLiteral("grey"));
+        QCOMPARE(table->curveColor(1), QStringLiteral("#808080"));
+        QVERIFY(!(table->item(1, Config::ColColor)->flags() & ~Qt::ItemIsEditable));
+    }
+
+    // The baud code: a rate's index, or the "BTR/hex" timing with the top bit.
+    void baudCode()
+    {
+        const auto window = windowWithBareTable(QString(), 1);
+        Config* table = window->tableConfig;
+        QComboBox* box = table->comboSave(0, Config::ColBaud)->comboBox;
+        table->setBaud(0, 13);
+        QVERIFY(table->baud(0) == 13 && box->currentText() == "10.0" && table->btrText(0) == "-----");
+        table->setBaud(0, int(0xFFFF001C)); // the upper bits go
+        QVERIFY(table->baud(0) == -2147483620 && box->currentText() == "BTR01" && table->btrText(0) == "1c");
+        table->setBtrText(0, QStringLiteral("FFFF"));
+        QCOMPARE(table->baud(0), int(0x8000FFFF));
+        table->setBtrText(0, QStringLiteral("-----"));
+        QCOMPARE(table->baud(0), int(0x80000000));
+        table->setBaud(0, 0);
+        QVERIFY(table->baud(0) == 0 && box->currentText() == "1000.0" && table->btrText(0) == "-----");
+    }
+
+    // A cell outside the table reads the dummy item and an empty combo box,
+    // and writes go nowhere.
+    void cellsOutsideTheTable()
+    {
+        const auto window = windowWithBareTable(QString(), 2);
+        Config* table = window->tableConfig;
+        const QSignalSpy changes(table, &QTableWidget::cellChanged);
+        QCOMPARE(table->cellText(2, Config::ColName), QStringLiteral("(internal error)itemSaveDummy"));
+        table->setCellText(-1, Config::ColName, QStringLiteral("written")); // goes to the dummy
+        QCOMPARE(table->cellText(0, Config::ColumnCount), QStringLiteral("written"));
+        table->setCellText(-1, Config::ColName, QStringLiteral("(internal error)itemSaveDummy"));
+        table->setDataType(2, 3);
+        QCOMPARE(table->dataType(2), -1);
+        QCOMPARE(changes.count(), 0);
+    }
+
+    // Tooltips, made when shown, on an interface with all feature bits.
+    void tooltips()
+    {
+        const auto window = windowWithBareTable(
+            QStringLiteral("net 2 virtual name=BOX_CAN features=0xFFFF tsfreq=1234567 hw=0x0102 fw=0x0A0B\n"),
+            1);
+        Config* table = window->tableConfig;
+        const auto tooltip = [table](int col) {
+            return table->item(0, col)->data(Qt::ToolTipRole).toString();
+        };
+        QCOMPARE(tooltip(Config::ColNet),
+                 QStringLiteral("BOX_CAN\nHardware: 0102 Firmware: 0A0B Driver: 0100 DLL: 0100\n"
+                                "Features: FFFF ( Fc 2b Ts Lo Sd ) Status: 0000\n"
+                                "TS-Freq : 1.234567 MHz"));
+        QCOMPARE(tooltip(Config::ColScale),
+                 QStringLiteral("Raw Value    [min/max]: -128/127\nScaled Value [min/max]: -100/100"));
+        table->setIdText(0, QStringLiteral("0x123"));
+        QCOMPARE(tooltip(Config::ColId), QStringLiteral("11-Bit: 291|0x123"));
+        table->setIdText(0, QStringLiteral("0x1FFFFFFF"));
+        table->set29Bit(0, true);
+        QCOMPARE(tooltip(Config::Col29Bit), QStringLiteral("29-Bit: 536870911|0x1FFFFFFF"));
+    }
+
+    // "En" and "Style" act on the curve at once, as the user changes them.
+    void enableAndStyle()
+    {
+        const auto window = GuiSupport::windowWithCurves(QString(), 2);
+        Description* table = window->tableDescription;
+        const QwtPlotCurve* item = window->curves[0]->plotItem;
+        QComboBox* style = table->comboSave(0, Description::ColStyle)->comboBox;
+        QVERIFY(table->curveEnabled(0) && style->currentText() == "Steps");
+        QVERIFY(!(table->item(0, Description::ColName)->flags() & Qt::ItemIsEditable));
+        table->item(0, Description::ColEnable)->setCheckState(Qt::Unchecked);
+        QCOMPARE(item->style(), QwtPlotCurve::NoCurve);
+        QVERIFY(item->plot());     // still there, with its legend entry
+        style->setCurrentIndex(2); // while unchecked: still nothing
+        QCOMPARE(item->style(), QwtPlotCurve::NoCurve);
+        table->item(0, Description::ColEnable)->setCheckState(Qt::Checked);
+        QCOMPARE(item->style(), QwtPlotCurve::Sticks);
+        style->setCurrentIndex(1);
+        QCOMPARE(item->style(), QwtPlotCurve::Lines);
+        QCOMPARE(window->curves[1]->plotItem->style(), QwtPlotCurve::Steps);
+    }
+
+    // A text that fails its check becomes "0"; one that passes keeps its form.
+    void textRepairs_data()
+    {
+        QTest::addColumn<int>("col");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("result");
+        const int id = Config::ColId, mask = Config::ColMask, btr = Config::ColBtr;
+        QTest::newRow("Id, largest") << id << "0x1FFFFFFF" << QString("0x1FFFFFFF");
+        QTest::newRow("Id, one above") << id << "0x20000000" << QString("0");
+        QTest::newRow("Id, octal") << id << "010" << QString("010");
+        QTest::newRow("Id, bad octal") << id << "08" << QString("0");
+        QTest::newRow("Mask, largest") << mask << "0377" << QString("0377");
+        QTest::newRow("Mask, one above") << mask << "256" << QString("0");
+        // In BTR mode, read as hexadecimal and written back in lower case.
+        QTest::newRow("BTR, largest") << btr << "0xFFFF" << QString("ffff");
+        QTest::newRow("BTR, one above") << btr << "10000" << QString("0");
+        QTest::newRow("BTR, leading zeros") << btr << "001C" << QString("1c");
+    }
+
+    void textRepairs()
+    {
+        QFETCH(int, col);
+        QFETCH(QString, typed);
+        QFETCH(QString, result);
+        const auto window = namedRows(2);
+        Config* table = window->tableConfig;
+        table->comboSave(1, Config::ColBaud)->comboBox->setCurrentIndex(Config::BaudBtrIndex);
+        const QString other = table->cellText(0, col);
+        table->setCellText(1, col, typed);
+        QCOMPARE(table->cellText(1, col), result);
+        QCOMPARE(table->cellText(0, col), other);
+    }
+
+    void btrModeTransitions()
+    {
+        const auto window = namedRows(2);
+        Config* table = window->tableConfig;
+        QComboBox* baud = table->comboSave(1, Config::ColBaud)->comboBox;
+        table->setBtrText(1, QStringLiteral("1c")); // not in BTR mode: undone
+        QCOMPARE(table->btrText(1), QStringLiteral("-----"));
+        // "BTR01": "-----" doesn't convert, so the timing starts at 0.
+        baud->setCurrentIndex(Config::BaudBtrIndex);
+        QCOMPARE(table->btrText(1), QStringLiteral("0"));
+        QVERIFY(!table->isColumnHidden(Config::ColBtr));
+        table->setBtrText(1, QStringLiteral("1C"));
+        QCOMPARE(table->baud(1), int(0x8000001C));
+        // A bit rate ends BTR mode; the hidden copy keeps the last timing.
+        baud->setCurrentIndex(2);
+        QCOMPARE(table->btrText(1), QStringLiteral("-----"));
+        QCOMPARE(table->btrCopyText(1), QStringLiteral("1c"));
+        QVERIFY(table->isColumnHidden(Config::ColBtr));
+        baud->setCurrentIndex(Config::BaudBtrIndex);
+        QCOMPARE(table->btrText(1), QStringLiteral("0"));
+        // "BTR/hex" shows while some row is in BTR mode.
+        table->setBaud(0, int(0x8000001C));
+        baud->setCurrentIndex(3);
+        QVERIFY(!table->isColumnHidden(Config::ColBtr));
+        table->removeCurveRow(0);
+        QVERIFY(table->isColumnHidden(Config::ColBtr));
+    }
+
+    // Add puts the new row below the current one; the rows around keep their
+    // cells and their curves, also while the new row is being built.
+    void addCurve_data()
+    {
+        QTest::addColumn<int>("current");
+        QTest::newRow("no current row") << -1;
+        QTest::newRow("between") << 0;
+        QTest::newRow("last row") << 1;
+    }
+
+    void addCurve()
+    {
+        QFETCH(int, current);
+        const auto window = namedRows(2);
+        VistrelMainWindow& w = *window;
+        const QVector<QwtPlotCurve*> items{w.curves[0]->plotItem, w.curves[1]->plotItem};
+        w.tableConfig->setCurrentCell(current, Config::ColUnit);
+        w.projectAddCurve();
+        const int added = current + 1;
+        QStringList expected{"c0", "c1", "0"};
+        expected.insert(added, QStringLiteral("NewName"));
+        QCOMPARE(curvesShown(w), expected);
+        QCOMPARE(w.curves[added < 1 ? 1 : 0]->plotItem, items[0]);
+        QCOMPARE(w.tableConfig->currentRow(), added);
+        QCOMPARE(w.tableConfig->currentColumn(), int(Config::ColName));
+        // Names and units reach the other table at once, names also the plot.
+        w.tableConfig->setCurveName(added, QStringLiteral("Speed"));
+        w.tableConfig->setUnitText(added, QStringLiteral("km/h"));
+        expected[added] = QStringLiteral("Speed");
+        QCOMPARE(curvesShown(w), expected);
+        // Two new rows differ in colour only.
+        QVERIFY(w.tableConfig->curveColor(added) != w.tableConfig->curveColor(added == 0 ? 1 : 0));
+    }
+
+    void axisRule()
+    {
+        const auto window = namedRows(2);
+        VistrelMainWindow& w = *window;
+        QComboBox* axis = w.tableConfig->comboSave(1, Config::ColAxis)->comboBox;
+        axis->setCurrentIndex(1);
+        // The right axis appears, behind the cell's own signal; the curve
+        // moves, and its scaling fills the right viewport, 0 to 100.
+        QVERIFY(w.axisSettings[1]->visible && !w.plot->axisEnabled(QwtPlot::yRight));
+        QTRY_VERIFY(w.plot->axisEnabled(QwtPlot::yRight));
+        QCOMPARE(w.curves[1]->plotItem->yAxis(), int(QwtPlot::yRight));
+        QCOMPARE(w.curves[0]->plotItem->yAxis(), int(QwtPlot::yLeft));
+        QCOMPARE(w.tableConfig->scaleText(1), QStringLiteral("0.392156862745098"));
+        // Back to the left: the curve moves, the axis stays.
+        axis->setCurrentIndex(0);
+        QCOMPARE(w.curves[1]->plotItem->yAxis(), int(QwtPlot::yLeft));
+        QTest::qWait(0);
+        QVERIFY(w.plot->axisEnabled(QwtPlot::yRight));
+    }
+
+    // A plain left click on "Col" opens the colour dialog; what it picks
+    // reaches both tables and the curve.
+    void colourCell()
+    {
+        const auto window = namedRows(2, true);
+        Config* table = window->tableConfig;
+        const QString before = table->curveColor(1);
+        QStringList seen;
+        const ModalAnswerer handler([&seen](QWidget* widget) {
+            auto* dialog = qobject_cast<QColorDialog*>(widget);
+            seen << dialog->windowTitle() + ' ' + dialog->currentColor().name();
+            dialog->setCurrentColor(QColor(0x12, 0x34, 0x56));
+            dialog->accept();
+        });
+        const QPoint cell = table->visualRect(table->model()->index(1, Config::ColColor)).center();
+        for (const Qt::MouseButton button : {Qt::RightButton, Qt::LeftButton})
+            QTest::mouseClick(table->viewport(), button, Qt::NoModifier, cell);
+        QCOMPARE(seen, QStringList{"Select Curve Color " + before});
+        QCOMPARE(table->curveColor(1), QStringLiteral("#123456"));
+        QCOMPARE(curvesShown(*window).value(1), QStringLiteral("c1")); // both tables and the curve agree
+    }
+
+    void contextMenu()
+    {
+        const auto window = namedRows(1, true);
+        VistrelMainWindow& w = *window;
+        QMenu* menu = w.tableConfig->verticalHeader()->findChild<QMenu*>();
+        QList<QAction*> shown;
+        connect(menu, &QMenu::aboutToShow, menu, [&shown, menu] {
+            shown = menu->actions();
+            QTimer::singleShot(0, menu, &QMenu::close);
+        });
+        emit w.tableConfig->customContextMenuRequested(QPoint());
+        QCOMPARE(shown, (QList<QAction*>{w.projectAdd_CurveAction, w.projectCalculateAction,
+                                         w.projectDelete_CurveAction}));
+        shown.clear();
+        w.pushButtonStartStop->setChecked(true); // no adding or deleting during a run
+        emit w.tableConfig->customContextMenuRequested(QPoint());
+        QVERIFY(shown.isEmpty());
+    }
+
+    void deleteCurves_data()
+    {
+        QTest::addColumn<QList<int>>("selected");
+        QTest::addColumn<int>("current");
+        QTest::addColumn<bool>("yes");
+        QTest::addColumn<QStringList>("remaining");
+        QTest::newRow("selected rows") << QList<int>{0, 2, 3} << 1 << true << QStringList{"c1", "0"};
+        QTest::newRow("no selection: the current row")
+            << QList<int>{} << 2 << true << QStringList{"c0", "c1", "c3", "0"};
+        QTest::newRow("no current row: row 0")
+            << QList<int>{} << -1 << true << QStringList{"c1", "c2", "c3", "0"};
+        QTest::newRow("all rows") << QList<int>{0, 1, 2, 3} << 0 << true << QStringList{"0"};
+        QTest::newRow("declined") << QList<int>{1} << 1 << false << QStringList{"c0", "c1", "c2", "c3", "0"};
+    }
+
+    void deleteCurves()
+    {
+        QFETCH(QList<int>, selected);
+        QFETCH(int, current);
+        QFETCH(bool, yes);
+        QFETCH(QStringList, remaining);
+        const auto window = namedRows(4);
+        VistrelMainWindow& w = *window;
+        QItemSelectionModel* selection = w.tableConfig->selectionModel();
+        selection->clear();
+        selection->setCurrentIndex(w.tableConfig->model()->index(current, 1), QItemSelectionModel::NoUpdate);
+        for (const int row : selected)
+            selection->select(w.tableConfig->model()->index(row, 0),
+                              QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        {
+            const ModalAnswerer answerer(yes ? QMessageBox::Yes : QMessageBox::No);
+            w.projectDeleteCurve();
+            QCOMPARE(answerer.titles(), QStringList{"Warning!"});
+            QCOMPARE(answerer.lastText(),
+                     QStringLiteral("Do you really want to delete the curve(s)?\nContinue?"));
+        }
+        QCOMPARE(curvesShown(w), remaining);
+        QCOMPARE(w.plot->itemList(QwtPlotItem::Rtti_PlotCurve).size(), remaining.size() - 1);
+        // Without rows there is nothing to start, and nothing to ask.
+        QCOMPARE(w.pushButtonStartStop->isEnabled(), remaining.size() > 1);
+        const ScaleDialogAnswer answer([](MDialogScaleOffset*) {});
+        const int last = w.tableConfig->rowCount() - 1;
+        if (last < 0)
+            w.projectDeleteCurve();
+        else // the Calc button of the last row opens the dialog of that row
+            qobject_cast<QPushButton*>(w.tableConfig->cellWidget(last, Config::ColCalc))->click();
+        const QString title =
+            QStringLiteral("%1 Curve Scaling %2 (Row: %3)").arg(last).arg(remaining.value(last));
+        QCOMPARE(answer.opened.value(0), last < 0 ? QString() : title.arg(last + 1));
+    }
+
+    // The data type's raw range fills the axis's viewport; real types keep 1
+    // and 0. Written with a point also under a comma locale.
+    void rowScaling_data()
+    {
+        QTest::addColumn<int>("dataType");
+        QTest::addColumn<int>("axis"); // right: 0 to 100
+        QTest::addColumn<QStringList>("cells");
+        QTest::newRow("Integer8")
+            << 0 << 0
+            << QStringList{"-128", "127", "-100", "100", "0.3921568627450966", "0.7843137254901961"};
+        QTest::newRow("Unsigned8") << 1 << 0
+                                   << QStringList{"0", "255", "-100", "100", "-100", "0.7843137254901961"};
+        QTest::newRow("Unsigned32, the widest")
+            << 5 << 0 << QStringList{"0", "4294967295", "-100", "100", "-100", "4.656612874161595e-08"};
+        QTest::newRow("Real32") << 6 << 0 << QStringList{"0", "1", "-100", "100", "0", "1"};
+        QTest::newRow("no data type: 0 to 1")
+            << -1 << 0 << QStringList{"0", "1", "-100", "100", "-100", "200"};
+        QTest::newRow("Integer8 on the right")
+            << 0 << 1 << QStringList{"-128", "127", "0", "100", "50.19607843137255", "0.392156862745098"};
+    }
+
+    void rowScaling()
+    {
+        QFETCH(int, dataType);
+        QFETCH(int, axis);
+        QFETCH(QStringList, cells);
+        const auto window = TestSupport::windowWithBareTable(QString(), 1);
+        Config* table = window->tableConfig;
+        table->setValueAxis(0, axis);
+        table->setDataType(0, dataType);
+        const GuiSupport::CommaLocale comma;
+        table->slotDataTypeCurveSelection(0);
+        QCOMPARE(scalingCells(table, 0), cells);
+    }
+
+    // A "Real64" row (0..1 onto -100..100), a comma locale: the range typed, then OK or Calc and
+    // Cancel. shown: the fields afterwards; the row takes them only if OK closed.
+    void scaleDialog_data()
+    {
+        QTest::addColumn<QStringList>("typed");
+        QTest::addColumn<bool>("calc");
+        QTest::addColumn<bool>("closes");
+        QTest::addColumn<QStringList>("shown");
+        QTest::newRow("0..100 to 0..10") << QStringList{"0", "100", "0", "10"} << false << true
+                                         << QStringList{"0", "100", "0", "10", "0", "0.1"};
+        QTest::newRow("raw range of no width") << QStringList{"7", "7", "0", "10"} << false << true
+                                               << QStringList{"7", "7", "0", "10", "0", "0"};
+        QTest::newRow("commas, sign kept") << QStringList{"1,5", "3,5", "-1,0", "+1"} << false << true
+                                           << QStringList{"1.5", "3.5", "-1.0", "+1", "-2.5", "1"};
+        QTest::newRow("no change") << QStringList() << false << true
+                                   << QStringList{"0", "1", "-100", "100", "-100", "200"};
+        // The failed field and those behind it count as 0.
+        QTest::newRow("a field fails") << QStringList{"-10", "10", "x", "10"} << false << false
+                                       << QStringList{"-10", "10", "x", "10", "0", "0"};
+        QTest::newRow("Cancel after Calc") << QStringList{"0", "100", "0", "10"} << true << false
+                                           << QStringList{"0", "100", "0", "10", "0", "0.1"};
+    }
+
+    void scaleDialog()
+    {
+        QFETCH(QStringList, typed);
+        QFETCH(bool, calc);
+        QFETCH(bool, closes);
+        QFETCH(QStringList, shown);
+        const GuiSupport::CommaLocale comma;
+        const auto window = GuiSupport::windowWithCurves(QString(), 2);
+        Config* table = window->tableConfig;
+        table->comboSave(1, Config::ColDataType)->comboBox->setCurrentIndex(7);
+        const QStringList before = scalingCells(table, 1);
+        const QStringList otherRow = scalingCells(table, 0);
+        QStringList after;
+        bool open = false;
+        const ScaleDialogAnswer answer([&](MDialogScaleOffset* dialog) {
+            const QVector<QLineEdit*> range{dialog->lineEditRawMin, dialog->lineEditRawMax,
+                                            dialog->lineEditMin, dialog->lineEditMax};
+            for (int i = 0; i < typed.size(); ++i)
+                range[i]->setText(typed[i]);
+            (calc ? dialog->buttonCalc : dialog->buttonOk)->click();
+            open = dialog->isVisible();
+            after = fields(dialog);
+        });
+        table->slotCalcCmd(1);
+        QCOMPARE(answer.opened, QStringList{QStringLiteral("1 Curve Scaling NewName (Row: 2)")} + before);
+        QCOMPARE(open, !closes);
+        QCOMPARE(after, shown);
+        QCOMPARE(scalingCells(table, 1), closes ? shown : before);
+        QCOMPARE(scalingCells(table, 0), otherRow);
+        QCOMPARE(QLocale().decimalPoint(), QChar(',')); // the C locale only for the moment of conversion
+    }
+
+    // The ways into the dialog. A double click or F2 must follow a plain left click; not in a run.
+    void waysIn()
+    {
+        const auto window = GuiSupport::windowWithCurves(QString(), 3, true);
+        VistrelMainWindow& w = *window;
+        Config* table = w.tableConfig;
+        const auto centre = [table](int col) {
+            return table->visualRect(table->model()->index(1, col)).center();
+        };
+        // The dialog that `act` opens; one answerer each, as it is the same dialog every time.
+        const auto opens = [&w](const std::function<void()>& act) {
+            const ScaleDialogAnswer answer([](MDialogScaleOffset*) {});
+            act();
+            QTest::qWait(20);
+            w.running = false;
+            return answer.opened.value(0);
+        };
+        const auto doubleClick = [table, centre](Qt::MouseButton button, int col) {
+            return [=] {
+                QTest::mouseClick(table->viewport(), button, Qt::NoModifier, centre(col));
+                QTest::mouseDClick(table->viewport(), button, Qt::NoModifier, centre(col));
+            };
+        };
+        const auto f2 = [table] {
+            table->setCurrentCell(2, Config::ColScale);
+            QTest::keyClick(table, Qt::Key_F2);
+        };
+        QCOMPARE(opens(f2), QString()); // before any click
+        QCOMPARE(opens(doubleClick(Qt::RightButton, Config::ColScale)), QString());
+        w.running = true;
+        QCOMPARE(opens(doubleClick(Qt::LeftButton, Config::ColScale)), QString());
+        QCOMPARE(opens(doubleClick(Qt::LeftButton, Config::ColOffset)),
+                 QStringLiteral("1 Curve Scaling NewName (Row: 2)"));
+        QCOMPARE(opens(f2), QStringLiteral("2 Curve Scaling NewName (Row: 3)"));
+        table->setCurrentIndex(QModelIndex()); // no current row: row 0
+        QCOMPARE(opens([&w] { w.projectCalculateAction->trigger(); }),
+                 QStringLiteral("0 Curve Scaling NewName (Row: 1)"));
+    }
+};
+
+QTEST_MAIN(TestTables)
+#include "tst_tables.moc"
