@@ -1,78 +1,34 @@
-// The capture thread of a curve on virtual nets of the driver: time sources,
-// failures, and every way of stopping it.
-#include "curvelock.h"
+// Capture from the driver to the window: a curve's store of frames and its
+// decoding, the capture thread's endings, and live runs from Start to Stop.
 #include "dataplot.h"
-#include "netinfo.h"
+#include "driver_support.h"
+#include "operatingmode.h"
 #include "plotcurve.h"
-#include "tessbus_test.h"
-#include "testsupport.h"
-#include "timestampedread.h"
+#include "qcombotablesupportitem.h"
+#include "tableplotconfig.h"
+#include "tableplotdescription.h"
 #include "vistrelmainwindow.h"
-#include "wallclock.h"
 
 #include <qwt_plot_curve.h>
 
 #include <QtTest>
 
-#include <chrono>
-#include <cstring>
-#include <memory>
-#include <thread>
-#include <vector>
+#include <cmath>
+#include <deque>
+
+using namespace TestSupport;
+using Description = TablePlotDescription;
 
 namespace {
 
-constexpr int waitMs = 10000;
 constexpr int canId = 0x123;
+// Net 0 has hardware timestamps at 1 MHz; net 1 neither them nor 29-bit ids.
+const QString nets =
+    "net 0 virtual features=Fc,2b,Ts tsfreq=1000000\nnet 1 virtual features=Fc\nnet 2 virtual\n";
 
-// Collects the thread's messages on the test's thread: a queued connection
-// carries them over, as to the main window.
-class MessageSink : public QObject
-{
-public:
-    void connectTo(PlotCurve* curve)
-    {
-        connect(
-            curve, &PlotCurve::signalThreadErrorMessage, this,
-            [this](const QString& message) { messages << message; }, Qt::QueuedConnection);
-    }
-    QStringList messages;
-};
-
-struct CurveArgs
-{
-    int net = 0;
-    int baud = 2;
-    int id = canId;
-    int dataType = 3; // Unsigned16 at Pos 1, Intel
-    unsigned points = 1000;
-};
-
-QSharedPointer<PlotCurve> makeCurve(VistrelMainWindow* window, const CurveArgs& a = CurveArgs())
-{
-    return QSharedPointer<PlotCurve>::create(window, QColor(Qt::blue), QStringLiteral("c"), a.net, a.baud,
-                                             a.id, 1, a.dataType, 0xFF, 0, 0, 1.0, 0.0, QString(), 0, true,
-                                             a.points, true);
-}
-
-TessFrame frame(int id, uint16_t value, uint8_t len = 2)
-{
-    TessFrame f{};
-    f.id = uint32_t(id);
-    f.len = len;
-    f.data[0] = uint8_t(value & 0xFF);
-    f.data[1] = uint8_t(value >> 8);
-    return f;
-}
-
-TessFrameT frameT(int id, uint16_t value, uint64_t stamp)
-{
-    TessFrameT f{};
-    const TessFrame plain = frame(id, value);
-    std::memcpy(&f, &plain, sizeof plain);
-    f.timestamp = stamp;
-    return f;
-}
+// clang-format off
+struct RowSetup { int net = 0; QString id = "0x100"; int baudIndex = 0; bool is29Bit = false; };
+// clang-format on
 
 std::vector<TessFrameT> ringFrames(PlotCurve& curve)
 {
@@ -82,402 +38,316 @@ std::vector<TessFrameT> ringFrames(PlotCurve& curve)
     return out;
 }
 
-unsigned ringCount(PlotCurve& curve)
-{
-    const CurveLock lock(curve.mutex);
-    return curve.ring.count;
-}
-
-struct TimeBase
-{
-    int64_t frequency;
-    int64_t start;
-};
-
-TimeBase timeBase(PlotCurve& curve)
-{
-    const CurveLock lock(curve.mutex);
-    return {curve.timestampFrequency, curve.timestampStart};
-}
-
-uint16_t value(const TessFrameT& f)
-{
-    return uint16_t(f.data[0] | (f.data[1] << 8));
-}
-
-// Restores the process-wide flag of the timestamped read after a test.
-struct TimestampedReadStatusGuard
-{
-    const int saved = timestampedReadStatus;
-    ~TimestampedReadStatusGuard() { timestampedReadStatus = saved; }
-};
-
 } // namespace
+
+Q_DECLARE_METATYPE(RowSetup)
 
 class TestCapture : public QObject
 {
     Q_OBJECT
 
-private slots:
-    void initTestCase();
-    void cleanup();
-    void hardwareTimestamps();
-    void softwareTimestamps_data();
-    void softwareTimestamps();
-    void failures_data();
-    void failures();
-    void stop_data();
-    void stop();
-    void stopBeforeTheThreadGotGoing();
-    void destroyRunningCurve();
-    void snapshotsWhileCapturing();
-
-private:
-    VistrelMainWindow* makeWindow(const QString& config);
     std::unique_ptr<VistrelMainWindow> window;
-};
+    QStringList messages; // of capture threads, carried over as to the main window
 
-void TestCapture::initTestCase()
-{
-    QStandardPaths::setTestModeEnabled(true);
-}
-
-void TestCapture::cleanup()
-{
-    window.reset();
-    TestSupport::useDriverConfig(QString());
-}
-
-VistrelMainWindow* TestCapture::makeWindow(const QString& config)
-{
-    TestSupport::useDriverConfig(config);
-    window = std::make_unique<VistrelMainWindow>();
-    return window.get();
-}
-
-void TestCapture::hardwareTimestamps()
-{
-    VistrelMainWindow* w =
-        makeWindow(QStringLiteral("net 0 virtual name=HW features=Fc,2b,Ts tsfreq=8000000\n"));
-    QCOMPARE(timestampedReadStatus, 0);
-    // The counter as Start reads it is the curve's run time 0.
-    QCOMPARE(tessTestSetTimestamp(0, 5000000), 0);
-    refreshNetStatus(w->nets[0], timestampedReadStatus);
-    QCOMPARE(w->nets[0].timestampAtStart, quint64(5000000));
-
-    const auto curve = makeCurve(w);
-    curve->start();
-    QCOMPARE(tessTestWaitForReaders(0, 1, waitMs), 0);
-
-    // Stamped by the net's counter at injection; a remote frame, a short one
-    // and another id don't reach the ring.
-    QCOMPARE(tessTestSetTimestamp(0, 5250000), 0);
-    TessFrame remote = frame(canId, 7);
-    remote.len |= TESS_FRAME_RTR;
-    const TessFrame frames[] = {frame(canId, 11), remote, frame(canId, 12, 1), frame(0x124, 13),
-                                frame(canId, 14)};
-    QCOMPARE(tessTestInject(0, frames, 5), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(ringCount(*curve), 2u, waitMs);
-
-    // Stamps that the interface gives are kept as they are.
-    const TessFrameT stamped[] = {frameT(canId, 21, 6000000), frameT(canId, 22, 6000100)};
-    QCOMPARE(tessTestInjectT(0, stamped, 2), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(ringCount(*curve), 4u, waitMs);
-
-    QStringList ring;
-    for (const TessFrameT& f : ringFrames(*curve))
-        ring << QStringLiteral("%1@%2").arg(value(f)).arg(f.timestamp);
-    QCOMPARE(ring, (QStringList{"11@5250000", "14@5250000", "21@6000000", "22@6000100"}));
-    const TimeBase base = timeBase(*curve);
-    QCOMPARE(base.frequency, int64_t(8000000));
-    QCOMPARE(base.start, int64_t(5000000));
-
-    // The thread set the baud before it admitted the id.
-    uint32_t baud = 0;
-    QCOMPARE(tessTestHandleBaud(curve->driverHandle(), &baud), 0);
-    QCOMPARE(baud, 2u);
-    curve->stopCapture();
-}
-
-void TestCapture::softwareTimestamps_data()
-{
-    QTest::addColumn<QString>("config");
-    QTest::addColumn<bool>("zeroFrequency");
-    QTest::addColumn<bool>("withoutTimestampedRead");
-    QTest::addColumn<double>("originBeforeNow"); // seconds
-
-    const QString noTs = QStringLiteral("net 0 virtual features=Fc,2b\n");
-    const QString ts = QStringLiteral("net 0 virtual features=Fc,2b,Ts tsfreq=1000000\n");
-    QTest::newRow("interface without timestamps") << noTs << false << false << 100.0;
-    QTest::newRow("timestamp frequency 0") << ts << true << false << 100.0;
-    QTest::newRow("library without timestamped read") << ts << false << true << 250.0;
-    QTest::newRow("clock before the origin") << noTs << false << false << -1000.0;
-}
-
-void TestCapture::softwareTimestamps()
-{
-    QFETCH(QString, config);
-    QFETCH(bool, zeroFrequency);
-    QFETCH(bool, withoutTimestampedRead);
-    QFETCH(double, originBeforeNow);
-
-    const TimestampedReadStatusGuard restore;
-    VistrelMainWindow* w = makeWindow(config);
-    if (zeroFrequency)
-        w->nets[0].timestampFrequency = 0;
-    if (withoutTimestampedRead)
-        timestampedReadStatus = -1;
-    // A counter far away from any software stamp.
-    if (config.contains(QLatin1String("Ts")))
-        QCOMPARE(tessTestSetTimestamp(0, 77777777777ull), 0);
-    const double origin = wallClockSeconds() - originBeforeNow;
-    w->setTimeOrigin(origin);
-
-    const auto curve = makeCurve(w);
-    curve->start();
-    QCOMPARE(tessTestWaitForReaders(0, 1, waitMs), 0);
-    const double before = wallClockSeconds() - origin;
-    // One injection reaches the queue at once, so one read returns all three.
-    const TessFrame frames[] = {frame(canId, 1), frame(canId, 2), frame(canId, 3)};
-    QCOMPARE(tessTestInject(0, frames, 3), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(ringCount(*curve), 3u, waitMs);
-    const double after = wallClockSeconds() - origin;
-
-    const std::vector<TessFrameT> ring = ringFrames(*curve);
-    const uint64_t s = ring[0].timestamp;
-    QCOMPARE(ring[1].timestamp, s + 4);
-    QCOMPARE(ring[2].timestamp, s + 8);
-    QCOMPARE(value(ring[2]), uint16_t(3));
-    if (originBeforeNow < 0) {
-        QCOMPARE(s, quint64(0));
-    } else {
-        // The clock has milliseconds: 100 ticks.
-        QVERIFY2(double(s) >= before * 100000.0 - 100 && double(s) <= after * 100000.0 + 100,
-                 qPrintable(QStringLiteral("%1 not in [%2, %3]").arg(s).arg(before).arg(after)));
-    }
-    const TimeBase base = timeBase(*curve);
-    QCOMPARE(base.frequency, int64_t(100000));
-    QCOMPARE(base.start, int64_t(0));
-    curve->stopCapture();
-}
-
-void TestCapture::failures_data()
-{
-    QTest::addColumn<QString>("config");
-    QTest::addColumn<int>("failure"); // 0: none injected
-    QTest::addColumn<int>("net");
-    QTest::addColumn<int>("baud");
-    QTest::addColumn<int>("id");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<bool>("handleOpen");
-
-    const QString plain = QStringLiteral("net 0 virtual\n");
-    QTest::newRow("open fails") << plain << TESS_TEST_FAIL_OPEN << 0 << 2 << canId << "Cannot open Net 0."
-                                << false;
-    QTest::newRow("net does not exist") << plain << 0 << 7 << 2 << canId << "Cannot open Net 7." << false;
-    QTest::newRow("baud fails") << plain << TESS_TEST_FAIL_SET_BAUDRATE << 0 << 13 << canId
-                                << "Cannot set Baudrate (Net 0 Baud 13)." << true;
-    QTest::newRow("BTR baud fails, signed")
-        << plain << TESS_TEST_FAIL_SET_BAUDRATE << 0 << int(TESS_BAUD_BTR | 0x001C) << canId
-        << "Cannot set Baudrate (Net 0 Baud -2147483620)." << true;
-    QTest::newRow("29-bit id without 2b")
-        << QStringLiteral("net 0 virtual features=Fc,Ts\n") << 0 << 0 << 2 << (0x1ABCDE | TESS_ID_29BIT)
-        << "Interface does not support 29-bit identifier (Net 0 Id: 1752286)." << true;
-}
-
-void TestCapture::failures()
-{
-    QFETCH(QString, config);
-    QFETCH(int, failure);
-    QFETCH(int, net);
-    QFETCH(int, baud);
-    QFETCH(int, id);
-    QFETCH(QString, message);
-    QFETCH(bool, handleOpen);
-
-    VistrelMainWindow* w = makeWindow(config);
-    const int openBefore = tessTestOpenHandles(0);
-    if (failure)
-        QCOMPARE(tessTestSetFailure(0, failure, 1), 0);
-
-    CurveArgs args;
-    args.net = net;
-    args.baud = baud;
-    args.id = id;
-    const auto curve = makeCurve(w, args);
-    MessageSink sink;
-    sink.connectTo(curve.data());
-    curve->start();
-
-    QTRY_COMPARE_WITH_TIMEOUT(sink.messages, QStringList{message}, waitMs);
-    QTRY_VERIFY_WITH_TIMEOUT(curve->isFinished(), waitMs);
-    // A thread that gave up after the open leaves its handle to Stop.
-    QCOMPARE(curve->driverHandle() != -1, handleOpen);
-    QCOMPARE(tessTestOpenHandles(0), openBefore + (handleOpen ? 1 : 0));
-    curve->stopCapture();
-    QCOMPARE(curve->driverHandle(), -1);
-    QCOMPARE(tessTestOpenHandles(0), openBefore);
-    QCOMPARE(ringCount(*curve), 0u);
-    QCOMPARE(sink.messages.size(), 1);
-}
-
-void TestCapture::stop_data()
-{
-    QTest::addColumn<bool>("started");
-    QTest::addColumn<bool>("idAddFails");
-    QTest::newRow("never started") << false << false;
-    QTest::newRow("read blocks") << true << false;
-    QTest::newRow("id add retried") << true << true;
-}
-
-void TestCapture::stop()
-{
-    QFETCH(bool, started);
-    QFETCH(bool, idAddFails);
-    VistrelMainWindow* w = makeWindow(QStringLiteral("net 0 virtual features=Fc,2b\n"));
-    const int openBefore = tessTestOpenHandles(0);
-    if (idAddFails)
-        QCOMPARE(tessTestSetFailure(0, TESS_TEST_FAIL_ID_ADD, -1), 0);
-    const auto curve = makeCurve(w);
-    MessageSink sink;
-    sink.connectTo(curve.data());
-    if (started) {
-        curve->start();
-        if (idAddFails) {
-            // The baud is set: the thread is in its retries now.
-            QTRY_VERIFY_WITH_TIMEOUT(
-                [&curve] {
-                    uint32_t baud = 0;
-                    const int h = curve->driverHandle();
-                    return h != -1 && tessTestHandleBaud(h, &baud) == 0 && baud == 2;
-                }(),
-                waitMs);
-            QVERIFY(curve->isRunning());
-        } else {
-            QCOMPARE(tessTestWaitForReaders(0, 1, waitMs), 0);
-            QCOMPARE(tessTestOpenHandles(0), openBefore + 1);
-        }
+    void openWindow(const QString& config)
+    {
+        useDriverConfig(config);
+        window = std::make_unique<VistrelMainWindow>();
+        window->refreshTime = 40;
+        messages.clear();
     }
 
-    QElapsedTimer timer;
-    timer.start();
-    curve->stopCapture();
-    // The close releases a blocked read; a hang would show here.
-    QVERIFY2(timer.elapsed() < waitMs, qPrintable(QString::number(timer.elapsed())));
-    curve->stopCapture(); // a second Stop finds nothing to do
-    QVERIFY(!curve->isRunning());
-    QCOMPARE(curve->isFinished(), started);
-    QCOMPARE(curve->driverHandle(), -1);
-    QCOMPARE(tessTestOpenHandles(0), openBefore);
-    QCOMPARE(tessTestSetFailure(0, TESS_TEST_FAIL_ID_ADD, 0), 0);
-    QCoreApplication::processEvents();
-    QVERIFY(sink.messages.isEmpty());
-}
-
-void TestCapture::stopBeforeTheThreadGotGoing()
-{
-    VistrelMainWindow* w = makeWindow(QStringLiteral("net 0 virtual\n"));
-    const int openBefore = tessTestOpenHandles(0);
-    // The stop meets the thread at different points of its start.
-    for (int round = 0; round < 40; ++round) {
-        const auto curve = makeCurve(w);
-        curve->start();
-        for (int i = 0; i < round % 8; ++i)
-            QThread::yieldCurrentThread();
-        curve->stopCapture();
-        QVERIFY(curve->isFinished());
-        QCOMPARE(curve->driverHandle(), -1);
-        QCOMPARE(tessTestOpenHandles(0), openBefore);
+    // A curve of a Real32 at Pos 1, Intel, scaled by 0.5 with an offset of 1.
+    QSharedPointer<PlotCurve> makeCurve(int net, int baud, int id, unsigned points = 1000)
+    {
+        const auto curve = QSharedPointer<PlotCurve>::create(window.get(), Qt::red, "c", net, baud, id, 1, 6,
+                                                             0xFF, 0, 0, 0.5, 1.0, "", 0, true, points, true);
+        connect(
+            curve.data(), &PlotCurve::signalThreadErrorMessage, this, [this](QString m) { messages << m; },
+            Qt::QueuedConnection);
+        return curve;
     }
-}
 
-void TestCapture::destroyRunningCurve()
-{
-    VistrelMainWindow* w = makeWindow(QStringLiteral("net 0 virtual\n"));
-    const int openBefore = tessTestOpenHandles(0);
-    auto curve = makeCurve(w);
-    w->curves.append(curve);
-    curve->start();
-    QCOMPARE(tessTestWaitForReaders(0, 1, waitMs), 0);
-    const TessFrame frames[] = {frame(canId, 5)};
-    QCOMPARE(tessTestInject(0, frames, 1), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(ringCount(*curve), 1u, waitMs);
+    // An Integer16 row, Intel, on the left axis.
+    void addRow(const RowSetup& setup)
+    {
+        TablePlotConfig* table = window->tableConfig;
+        window->projectAddCurve();
+        const int row = table->currentRow();
+        table->setNetIndex(row, setup.net);
+        table->comboSave(row, TablePlotConfig::ColBaud)->comboBox->setCurrentIndex(setup.baudIndex);
+        table->setIdText(row, setup.id);
+        table->set29Bit(row, setup.is29Bit);
+        // Through the combo box, as a user chooses: the scaling follows.
+        table->comboSave(row, TablePlotConfig::ColDataType)->comboBox->setCurrentIndex(2);
+    }
 
-    curve.reset();
-    w->curves.clear(); // the last owner: stops, closes, detaches
-    QCOMPARE(tessTestOpenHandles(0), openBefore);
-    QVERIFY(w->plot->itemList(QwtPlotItem::Rtti_PlotCurve).isEmpty());
-}
+    void startStop() { window->pushButtonStartStop->click(); }
+    QString cell(int column) const { return window->tableDescription->text(0, column); }
+    double scaled(double raw) const
+    {
+        return raw * window->tableConfig->scaleText(0).toDouble() +
+               window->tableConfig->offsetText(0).toDouble();
+    }
 
-void TestCapture::snapshotsWhileCapturing()
-{
-    // The user interface thread copies the ring while the capture thread
-    // appends, as the refresh cycle does: each copy holds whole frames in the
-    // order of the bus, and grows.
-    VistrelMainWindow* w = makeWindow(QStringLiteral("net 0 virtual features=Fc,2b,Ts\n"));
-    constexpr unsigned total = 30000;
-    constexpr unsigned chunk = 300;
-    CurveArgs args;
-    args.points = total;
-    const auto curve = makeCurve(w, args);
-    curve->start();
-    QCOMPARE(tessTestWaitForReaders(0, 1, waitMs), 0);
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void cleanup()
+    {
+        if (window && window->running)
+            startStop();
+        window.reset();
+    }
 
-    // Every tenth of the frames waits for a further copy, so that copies
-    // and appends interleave however the threads are scheduled.
-    std::atomic<int> snapshots{0};
-    std::thread injector([&curve, &snapshots] {
-        std::vector<TessFrameT> batch(chunk);
-        uint64_t sequence = 0;
-        int copiesSeen = 0;
-        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (sequence < total && std::chrono::steady_clock::now() < giveUp) {
-            if (sequence % (total / 10) == 0 && snapshots.load() <= copiesSeen) {
-                std::this_thread::yield();
-                continue;
+    // Through appendFrames the ring holds the newest frames that decode, as a
+    // model does, and each refresh gives the arrays and bounds of a decode of
+    // the model. Of eight frames one is remote, one too short; every seventh
+    // has a lost count; values jump far out and back.
+    void storeAndRefresh_data()
+    {
+        QTest::addColumn<unsigned>("capacity");
+        QTest::addColumn<QList<int>>("batches"); // frames appended between two refreshes
+        QTest::addColumn<bool>("withNaN");
+        QTest::newRow("filling") << 50u << QList<int>{1, 3, 0, 10, 2} << false;
+        QTest::newRow("wrapping") << 7u << QList<int>{3, 3, 3, 1, 0, 6, 2} << false;
+        QTest::newRow("more than the ring at once") << 7u << QList<int>{5, 20, 1, 8, 3} << false;
+        QTest::newRow("extremes leave the ring, NaN") << 10u << QList<int>{4, 4, 4, 4, 4, 9, 4} << true;
+        QTest::newRow("ring of one") << 1u << QList<int>{1, 0, 2, 1, 5} << false;
+        QTest::newRow("read batches of 2047") << 5000u << QList<int>{2047, 2047, 2047, 2047, 11} << false;
+    }
+
+    void storeAndRefresh()
+    {
+        QFETCH(unsigned, capacity);
+        QFETCH(QList<int>, batches);
+        QFETCH(bool, withNaN);
+        openWindow(QString());
+        const auto curve = makeCurve(0, 2, canId, capacity);
+        curve->timestampFrequency = 1000;
+        curve->timestampStart = 500;
+        std::deque<TessFrameT> model;
+        int serial = 0;
+        for (const int n : batches) {
+            std::vector<TessFrameT> batch;
+            for (int i = 0; i < n; ++i, ++serial) {
+                float value =
+                    serial % 9 == 4 ? (serial % 2 ? -1e6f : 1e6f) : float(std::sin(serial * 0.7) * 10);
+                value = withNaN && serial % 3 == 1 ? std::nanf("") : value;
+                const uint8_t len = serial % 8 == 2 ? 3 : serial % 8 == 6 ? TESS_FRAME_RTR | 4 : 4;
+                batch.push_back(
+                    frameT(canId, {}, 1000 + uint64_t(serial) * 7 - (serial % 5 == 3 ? 20 : 0), len));
+                std::memcpy(batch.back().data, &value, 4);
+                batch.back().lost = serial % 7 == 0 ? uint8_t(serial) : 0;
+                if (batch.back().lost)
+                    QTest::ignoreMessage(QtDebugMsg,
+                                         qPrintable(QStringLiteral("LOST: %1\n").arg(uint8_t(serial))));
+                if (len == 4)
+                    model.push_back(batch.back());
+                if (model.size() > capacity)
+                    model.pop_front();
             }
-            copiesSeen = snapshots.load();
-            // The driver's queue holds 2047 frames: what isn't in the ring
-            // yet stays below that, so nothing is lost.
-            unsigned stored;
             {
                 const CurveLock lock(curve->mutex);
-                stored = curve->ring.count;
+                curve->appendFrames(batch.data(), n);
             }
-            if (sequence - stored + chunk > 2047) {
-                std::this_thread::yield();
-                continue;
-            }
-            for (TessFrameT& f : batch) {
-                f = frameT(canId, uint16_t(sequence), 1000 + sequence);
-                ++sequence;
-            }
-            tessTestInjectT(0, batch.data(), int(chunk));
+            const std::vector<TessFrameT> expected(model.begin(), model.end()), ring = ringFrames(*curve);
+            QCOMPARE(bytes(ring.data(), ring.size()), bytes(expected.data(), expected.size()));
+            const PlotCurve::Points points = curve->updatePoints();
+            std::vector<double> x(ring.size()), y(ring.size());
+            const DecodeSummary full = decodeFramesNewestFirst(
+                curve->valueLayout(), ring.data(), unsigned(ring.size()), 500, 1000, x.data(), y.data());
+            QCOMPARE(points.count, unsigned(ring.size()));
+            QVERIFY(bytes(curve->xValues.get() + 1, x.size()) == bytes(x.data(), x.size()));
+            QVERIFY(bytes(curve->yValues.get() + 1, y.size()) == bytes(y.data(), y.size()));
+            const double summary[] = {points.lowest, points.highest, points.rawNewest};
+            QCOMPARE(bytes(summary, 3).toHex(), bytes(&full.lowest, 3).toHex());
         }
-    });
-
-    std::vector<TessFrameT> copy(total);
-    unsigned last = 0;
-    bool consistent = true;
-    QDeadlineTimer deadline(60000);
-    while (last < total && consistent && !deadline.hasExpired()) {
-        unsigned n;
-        {
-            const CurveLock lock(curve->mutex);
-            n = curve->ring.snapshot(copy.data(), curve->ring.count);
-        }
-        consistent = n >= last;
-        for (unsigned i = 0; i < n && consistent; ++i)
-            consistent = copy[i].timestamp == 1000 + i && value(copy[i]) == uint16_t(i);
-        last = n;
-        ++snapshots;
     }
-    injector.join();
-    curve->stopCapture();
-    QVERIFY(consistent);
-    QCOMPARE(last, total);
-    QVERIFY(snapshots.load() >= 10);
-}
+
+    // A thread that gives up says why once, leaves an empty ring and, if it
+    // got a handle, leaves it to Stop. Stop ends the thread in every state,
+    // by flag and close, and leaves no handle; a second Stop does nothing.
+    void endings_data()
+    {
+        QTest::addColumn<int>("net");
+        QTest::addColumn<int>("baud");
+        QTest::addColumn<int>("id");
+        QTest::addColumn<int>("wait"); // -1 never started; 1 for a blocked read; 2 for failing id adds
+        QTest::addColumn<QString>("message");
+        QTest::newRow("never started") << 0 << 2 << canId << -1 << QString();
+        QTest::newRow("stop as the thread starts") << 0 << 2 << canId << 0 << QString();
+        QTest::newRow("stop while a read waits") << 0 << 2 << canId << 1 << QString();
+        QTest::newRow("stop while id adds fail") << 0 << 2 << canId << 2 << QString();
+        QTest::newRow("net does not exist") << 7 << 2 << canId << 0 << "Cannot open Net 7.";
+        QTest::newRow("baud fails") << 0 << 13 << canId << 0 << "Cannot set Baudrate (Net 0 Baud 13).";
+        QTest::newRow("BTR baud fails, signed") << 0 << int(TESS_BAUD_BTR | 0x001C) << canId << 0
+                                                << "Cannot set Baudrate (Net 0 Baud -2147483620).";
+        QTest::newRow("29-bit id without 2b")
+            << 1 << 2 << int(0x1ABCDE | TESS_ID_29BIT) << 0
+            << "Interface does not support 29-bit identifier (Net 1 Id: 1752286).";
+    }
+
+    void endings()
+    {
+        QFETCH(int, net);
+        QFETCH(int, baud);
+        QFETCH(int, id);
+        QFETCH(int, wait);
+        QFETCH(QString, message);
+        openWindow(nets);
+        QCOMPARE(tessTestSetFailure(0, TESS_TEST_FAIL_SET_BAUDRATE, message.contains("Baud") ? -1 : 0), 0);
+        QCOMPARE(tessTestSetFailure(0, TESS_TEST_FAIL_ID_ADD, wait == 2 ? -1 : 0), 0);
+        const auto curve = makeCurve(net, baud, id);
+        if (wait >= 0)
+            curve->start();
+        if (wait == 1)
+            QCOMPARE(tessTestWaitForReaders(0, 1, 10000), 0);
+        uint32_t setBaud = 0; // just before the id is added
+        if (wait == 2)
+            QTRY_VERIFY(tessTestHandleBaud(curve->driverHandle(), &setBaud) == 0 && setBaud == 2);
+        if (!message.isEmpty()) {
+            QTRY_COMPARE(messages, QStringList{message});
+            QVERIFY(curve->wait(10000));
+            QCOMPARE(curve->driverHandle() != -1, net != 7);
+        }
+        curve->stopCapture();
+        curve->stopCapture();
+        QCOMPARE(curve->isFinished(), wait >= 0);
+        QCOMPARE(curve->driverHandle(), -1);
+        QCOMPARE(tessTestOpenHandles(0) + tessTestOpenHandles(1), 2); // the info handles
+        QCoreApplication::processEvents();
+        QCOMPARE(messages, message.isEmpty() ? QStringList() : QStringList{message});
+        QCOMPARE(ringFrames(*curve).size(), size_t(0));
+    }
+
+    // One run end to end: a row gets 100, 200 and -300 at 1, 2 and 2.5 s of
+    // the interface's clock, whose counter at Start is run time 0. A second
+    // row, on a net without timestamps, gets a batch in software time.
+    void liveRun()
+    {
+        openWindow(nets);
+        addRow({});
+        addRow({1});
+        QCOMPARE(tessTestSetTimestamp(0, 5000000), 0);
+        startStop();
+        QVERIFY(tessTestWaitForReaders(0, 1, 5000) == 0 && tessTestWaitForReaders(1, 1, 5000) == 0);
+        const TessFrameT frames[] = {frameT(0x100, {100, 0}, 6000000), frameT(0x100, {200, 0}, 7000000),
+                                     frameT(0x100, {0xD4, 0xFE}, 7500000)};
+        QCOMPARE(tessTestInjectT(0, frames, 3), 0);
+        QCOMPARE(tessTestInject(1, std::vector<TessFrame>(3, frame(0x100, {1, 0})).data(), 3), 0);
+        QTRY_COMPARE(cell(Description::ColCount), QStringLiteral("3"));
+        QTRY_COMPARE(window->tableDescription->text(1, Description::ColCount), QStringLiteral("3"));
+        // Stamped 40 us apart from the read's moment on, newest first.
+        const PlotCurve& soft = *window->curves.at(1);
+        QCOMPARE(qRound((soft.xValues[1] - soft.xValues[2]) * 1e6), 40);
+        QCOMPARE(qRound((soft.xValues[2] - soft.xValues[3]) * 1e6), 40);
+        QVERIFY(soft.xValues[3] >= 0 && soft.xValues[1] <= window->elapsedSeconds());
+        // Newest first behind the live point; the interface's clock is ahead
+        // of the computer's, so the live point adds no flat tail.
+        PlotCurve& curve = *window->curves.at(0);
+        QVERIFY(window->tableConfig->scaleText(0).toDouble() != 1.0);
+        QCOMPARE(QVector<double>(curve.xValues.get(), curve.xValues.get() + 4),
+                 (QVector<double>{2.5, 2.5, 2, 1}));
+        QCOMPARE(QVector<double>(curve.yValues.get(), curve.yValues.get() + 4),
+                 (QVector<double>{scaled(-300), scaled(-300), scaled(200), scaled(100)}));
+        QCOMPARE(curve.plotItem->dataSize(), size_t(4));
+        QCOMPARE(QStringList({cell(Description::ColRawValue), cell(Description::ColCurrentValue),
+                              cell(Description::ColTime)}),
+                 QStringList({"-300.000", QString::asprintf("%0.3f", scaled(-300)), "2.500"}));
+
+        // The record stays after Stop; Scale stays locked, Id is editable again.
+        startStop();
+        QCOMPARE(window->currentOperatingMode(), int(ModeStopped));
+        QCOMPARE(tessTestOpenHandles(0) + tessTestOpenHandles(1), 2); // the info handles
+        QCOMPARE(cell(Description::ColCount), QStringLiteral("3"));
+        QVERIFY(!(window->tableConfig->item(0, TablePlotConfig::ColScale)->flags() & Qt::ItemIsEditable));
+        QVERIFY(window->tableConfig->item(0, TablePlotConfig::ColId)->flags() & Qt::ItemIsEditable);
+
+        // Markers between samples, on one (the sample before), after all (the live point).
+        for (const auto& [marker, raw, time] :
+             {std::tuple(2.2, 200, 2.0), {2.0, 100, 1.0}, {9.0, -300, 2.5}}) {
+            window->plot->setMarker1(marker);
+            window->plot->setMarker2(marker + 1.0);
+            QCOMPARE(cell(Description::ColM1),
+                     QString::asprintf("%0.3f/%0.3f   [%0.3f s]", scaled(raw), raw * 1.0, time));
+            QCOMPARE(window->pushButtonMarker1->text(), QString::asprintf("M1: %0.3f s", marker));
+        }
+        QCOMPARE(window->pushButtonDMarker->text(), QStringLiteral("dM: 1.000 s"));
+
+        // The next Start asks nothing and begins with a new, empty curve.
+        const ModalAnswerer noQuestion(QMessageBox::No);
+        startStop();
+        QCOMPARE(noQuestion.answered(), 0);
+        QCOMPARE(window->curves.at(0)->plotItem->dataSize(), size_t(1));
+        QTRY_COMPARE(cell(Description::ColCount), QStringLiteral("0"));
+    }
+
+    void startChecks_data()
+    {
+        QTest::addColumn<QList<RowSetup>>("rows");
+        QTest::addColumn<QString>("message"); // empty: the run starts without a box
+        const RowSetup plain;
+        QTest::newRow("different bit rates on one net")
+            << QList<RowSetup>{plain, {0, "0x100", 2}} << "Interface of net 0 have different baudrates!";
+        QTest::newRow("different nets may differ") << QList<RowSetup>{plain, {1, "0x100", 2}} << QString();
+        QTest::newRow("id 2046 passes") << QList<RowSetup>{{0, "2046"}} << QString();
+        QTest::newRow("id 2047 needs 29-bit")
+            << QList<RowSetup>{plain, {0, "2047"}}
+            << "Interface in row 2 has 29-bit identifier,but 29-bit is not enabled (Id: 2047)!";
+        QTest::newRow("0x7FF with 29-bit") << QList<RowSetup>{{0, "0x7FF", 0, true}} << QString();
+        QTest::newRow("29-bit on a plain interface")
+            << QList<RowSetup>{{1, "0x18FEF100", 0, true}}
+            << "Interface in row 1 does not support 29-bit identifier (Id: 419361024)!";
+        // Net 2 can't be opened: its curve's thread gives up, the run goes on.
+        QTest::newRow("a capture thread gives up")
+            << QList<RowSetup>{plain, {2}} << "Cannot open Net 2.\n\nCurve disabled!";
+    }
+
+    // A refused Start leaves curves, points, mode and table as they were.
+    void startChecks()
+    {
+        QFETCH(QList<RowSetup>, rows);
+        QFETCH(QString, message);
+        openWindow(nets);
+        QCOMPARE(tessTestSetFailure(2, TESS_TEST_FAIL_OPEN, -1), 0);
+        for (const RowSetup& setup : rows)
+            addRow(setup);
+        const QVector<QSharedPointer<PlotCurve>> before = window->curves;
+        const ModalAnswerer answerer(QMessageBox::Ok);
+        startStop();
+        const bool refused = message.startsWith("Interface");
+        QTRY_COMPARE(answerer.texts(), message.isEmpty() ? QStringList() : QStringList{message});
+        QCOMPARE(answerer.titles(), message.isEmpty()
+                                        ? QStringList()
+                                        : QStringList{refused ? "Critical Error" : "Plot Curve Error"});
+        QCOMPARE(window->running, !refused);
+        if (!refused)
+            return;
+        QCOMPARE(window->pushButtonStartStop->text(), QStringLiteral("Start"));
+        QCOMPARE(window->curves, before);
+        QCOMPARE(window->currentOperatingMode(), int(ModeNone));
+    }
+
+    // Closing the window during a run asks; No goes on running, Yes stops and closes.
+    void closingDuringRunAsks()
+    {
+        openWindow(nets);
+        addRow({});
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        startStop();
+        QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0); // the capture handle is open
+        for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
+            const ModalAnswerer answerer(answer);
+            window->projectExitAction->trigger();
+            QCOMPARE(answerer.titles(), QStringList{"Warning!"});
+            QCOMPARE(answerer.lastText(), "Vistrel is running!\nDo you really want to close the program?");
+            QCOMPARE(window->isVisible(), answer == QMessageBox::No);
+            QCOMPARE(window->running, answer == QMessageBox::No);
+            QCOMPARE(tessTestOpenHandles(0), answer == QMessageBox::No ? 2 : 1);
+        }
+    }
+};
 
 QTEST_MAIN(TestCapture)
 #include "tst_capture.moc"
