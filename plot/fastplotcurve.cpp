@@ -25,11 +25,12 @@ namespace {
 constexpr double coordinateLimit = 1073741824.0; // 2^30
 
 // A coordinate rounded to its pixel, half up, as qRound rounds the vertices
-// Qwt draws: shifted to where truncation is floor, without a branch.
+// Qwt draws: shifted to where truncation is floor, without a branch. Not a
+// number ends at the upper limit.
 inline double toPixel(double v)
 {
     constexpr double shift = 2.0 * coordinateLimit;
-    const double held = std::min(std::max(v, -coordinateLimit), coordinateLimit);
+    const double held = v < coordinateLimit ? (v > -coordinateLimit ? v : -coordinateLimit) : coordinateLimit;
     return double(int64_t(held + (shift + 0.5))) - shift;
 }
 
@@ -92,13 +93,25 @@ bool extremes(const double* v, int from, int to, double* low, double* high)
     return numbers;
 }
 
+// Rows from `from` towards `to`, without `to`, widen [top, bottom].
+void stretch(double from, double to, double* top, double* bottom)
+{
+    if (from == to)
+        return;
+    const double end = to > from ? to - 1.0 : to + 1.0;
+    *top = std::min({*top, from, end});
+    *bottom = std::max({*bottom, from, end});
+}
+
+} // namespace
+
 // Sets pixels of one opaque colour straight in the image behind a raster
 // painter. Qt fills a one pixel wide rectangle row by row, with a call and
 // a clip per row, which for the tall columns of a dense curve is most of
 // the cost of drawing it. Only where the painter would set just those
 // pixels: a 32-bit image, opaque source-over painting, a translation by
 // whole pixels, clips that are single rectangles.
-class RasterTarget
+class FastPlotCurve::RasterTarget
 {
 public:
     bool begin(QPainter* painter, QRgb color);
@@ -117,7 +130,7 @@ private:
     quint32 pixel = 0;
 };
 
-bool RasterTarget::begin(QPainter* painter, QRgb color)
+bool FastPlotCurve::RasterTarget::begin(QPainter* painter, QRgb color)
 {
     QPaintEngine* engine = painter->paintEngine();
     if (!engine || engine->type() != QPaintEngine::Raster || qAlpha(color) != 255)
@@ -161,7 +174,7 @@ bool RasterTarget::begin(QPainter* painter, QRgb color)
     return true;
 }
 
-void RasterTarget::fill(double left, double right, double top, double bottom) const
+void FastPlotCurve::RasterTarget::fill(double left, double right, double top, double bottom) const
 {
     const int x0 = std::max(int(left) + offset.x(), safe.left());
     const int x1 = std::min(int(right) + offset.x(), safe.right());
@@ -178,71 +191,6 @@ void RasterTarget::fill(double left, double right, double top, double bottom) co
     for (int y = y0; y <= y1; ++y, line += stride)
         std::fill(reinterpret_cast<quint32*>(line) + x0, reinterpret_cast<quint32*>(line) + x1 + 1, pixel);
 }
-
-// Writes a polyline of pixel vertices, given one by one, whose lines are
-// mostly vertical or horizontal into the image, a column at a time. A steep
-// line between neighbouring columns Qt draws in the left one, from its end
-// there to the row before its end in the right one; other slanted lines go
-// to rest, for the painter.
-class PolylineWriter
-{
-public:
-    PolylineWriter(const RasterTarget& target, std::vector<QLineF>* rest) : target(target), rest(rest) {}
-
-    void operator()(double x, double y)
-    {
-        if (started && x == column) {
-            top = std::min(top, y);
-            bottom = std::max(bottom, y);
-            last = y;
-            return;
-        }
-        double nextTop = y;
-        double nextBottom = y;
-        if (started) {
-            if (y == last)
-                target.row(y, std::min(x, column), std::max(x, column));
-            else if (x == column + 1.0)
-                stretch(last, y, &top, &bottom);
-            else if (x == column - 1.0)
-                stretch(y, last, &nextTop, &nextBottom);
-            else
-                rest->emplace_back(column, last, x, y);
-            finish();
-        }
-        started = true;
-        column = x;
-        top = nextTop;
-        bottom = nextBottom;
-        last = y;
-    }
-
-    // Writes the column begun last.
-    void finish() const
-    {
-        if (started)
-            target.column(column, top, bottom);
-    }
-
-private:
-    // Rows from `from` towards `to`, without `to`, widen [top, bottom].
-    static void stretch(double from, double to, double* top, double* bottom)
-    {
-        const double end = to > from ? to - 1.0 : to + 1.0;
-        *top = std::min({*top, from, end});
-        *bottom = std::max({*bottom, from, end});
-    }
-
-    const RasterTarget& target;
-    std::vector<QLineF>* const rest;
-    bool started = false;
-    double column = 0.0; // of the vertices so far
-    double top = 0.0;
-    double bottom = 0.0;
-    double last = 0.0; // row of the last vertex
-};
-
-} // namespace
 
 FastPlotCurve::FastPlotCurve(const QString& title) : QwtPlotCurve(title) {}
 
@@ -404,23 +352,43 @@ bool FastPlotCurve::reduce(const double* x, const double* y, int from, int to, c
     return true;
 }
 
-template <typename Visit> void FastPlotCurve::visitPolyline(Visit&& visit) const
+QPolygonF FastPlotCurve::polyline() const
 {
-    // Qwt's steps on a vertical curve go from each sample vertically to the
-    // value of the next one, then across to it; with Inverted across first.
-    const bool steps = style() == Steps;
-    const bool verticalFirst = !testCurveAttribute(Inverted);
+    QPolygonF vertices;
+    for (const Column& column : columns) {
+        vertices.append(QPointF(column.x, column.enter));
+        for (const double row : {column.top, column.bottom, column.leave}) {
+            if (row != vertices.constLast().y())
+                vertices.append(QPointF(column.x, row));
+        }
+    }
+    return vertices;
+}
+
+void FastPlotCurve::writePolyline(const RasterTarget& target) const
+{
+    // Each column with the ends of the lines to its neighbours. A steep line
+    // between neighbouring columns Qt draws in the left one, from its end
+    // there to the row before its end in the right one.
     const size_t count = columns.size();
     for (size_t k = 0; k < count; ++k) {
         const Column& column = columns[k];
-        const double enter = steps && !verticalFirst && k > 0 ? columns[k - 1].last : column.first;
-        const double leave = steps && verticalFirst && k + 1 < count ? columns[k + 1].first : column.last;
-        visit(column.x, enter);
-        double row = enter;
-        for (const double next : {column.top, column.bottom, leave}) {
-            if (next != row)
-                visit(column.x, next);
-            row = next;
+        const Column* const before = k > 0 ? &columns[k - 1] : nullptr;
+        const Column* const after = k + 1 < count ? &columns[k + 1] : nullptr;
+        double top = std::min({column.top, column.enter, column.leave});
+        double bottom = std::max({column.bottom, column.enter, column.leave});
+        if (before && before->x == column.x + 1.0)
+            stretch(column.enter, before->leave, &top, &bottom);
+        if (after && after->x == column.x + 1.0)
+            stretch(column.leave, after->enter, &top, &bottom);
+        target.column(column.x, top, bottom);
+        // Rows run across; slanted lines further than to a neighbour go to
+        // the painter.
+        if (after && std::abs(after->x - column.x) > 1.0) {
+            if (column.leave == after->enter)
+                target.row(column.leave, std::min(column.x, after->x), std::max(column.x, after->x));
+            else
+                lines.emplace_back(column.x, column.leave, after->x, after->enter);
         }
     }
 }
@@ -428,6 +396,17 @@ template <typename Visit> void FastPlotCurve::visitPolyline(Visit&& visit) const
 void FastPlotCurve::drawColumns(QPainter* painter, const QRectF& canvasRect, double baseRow) const
 {
     const bool sticks = style() == Sticks;
+    // Qwt's steps on a vertical curve go from each sample vertically to the
+    // value of the next one, then across to it; with Inverted across first.
+    // Either way a column's vertical line runs on to the row of the step.
+    const size_t count = columns.size();
+    if (style() == Steps && testCurveAttribute(Inverted)) {
+        for (size_t k = count; k-- > 1;)
+            columns[k].enter = columns[k - 1].leave;
+    } else if (style() == Steps) {
+        for (size_t k = 0; k + 1 < count; ++k)
+            columns[k].leave = columns[k + 1].enter;
+    }
     painter->save();
     painter->setPen(pen());
     // As in the plain drawing: sticks are never antialiased.
@@ -447,9 +426,7 @@ void FastPlotCurve::drawColumns(QPainter* painter, const QRectF& canvasRect, dou
                 target.column(line.x1(), line.y1(), line.y2());
             }
         } else {
-            PolylineWriter writer(target, &lines);
-            visitPolyline(writer);
-            writer.finish();
+            writePolyline(target);
         }
         painter->drawLines(lines.data(), int(lines.size()));
     } else if (sticks) {
@@ -457,14 +434,12 @@ void FastPlotCurve::drawColumns(QPainter* painter, const QRectF& canvasRect, dou
             lines.push_back(stick(column));
         painter->drawLines(lines.data(), int(lines.size()));
     } else {
-        QPolygonF polyline;
-        visitPolyline([&polyline](double x, double y) { polyline.append(QPointF(x, y)); });
         // The plain drawing's clip, so that cut lines end alike.
         const qreal width = std::max(qreal(1.0), pen().widthF());
         const QRectF clipRect = canvasRect.adjusted(-width, -width, width, width);
         QwtPainter::drawPolyline(painter, testPaintAttribute(ClipPolygons)
-                                              ? QwtClipper::clipPolygonF(clipRect, polyline, false)
-                                              : polyline);
+                                              ? QwtClipper::clipPolygonF(clipRect, polyline(), false)
+                                              : polyline());
     }
     painter->restore();
 }

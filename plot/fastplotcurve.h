@@ -4,6 +4,7 @@
 #include <qwt_plot_curve.h>
 
 #include <QLineF>
+#include <QPolygonF>
 
 #include <vector>
 
@@ -49,16 +50,18 @@ protected:
 
 private:
     enum class Order { Unknown, Falling, Rising, Unsorted };
+    class RasterTarget;
 
-    // One pixel column, in pixels; top and bottom are the rows of its
-    // extreme samples.
+    // One pixel column, in pixels: the rows where the line enters and
+    // leaves it (of its first and last sample, for steps those of the step
+    // before and after it), and the rows of its extreme samples.
     struct Column
     {
         double x;
-        double first;
+        double enter;
         double top;
         double bottom;
-        double last;
+        double leave;
     };
 
     bool reducible(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap) const;
@@ -69,9 +72,10 @@ private:
                 const QwtScaleMap& yMap) const;
     // Whether the painter would set exactly the pixels the columns describe.
     bool thinOpaquePen(const QPainter* painter) const;
-    // Hands the vertices of the polyline of lines or steps through the
-    // columns to visit(x, row).
-    template <typename Visit> void visitPolyline(Visit&& visit) const;
+    // Of lines and steps: the polyline through the columns, and the same
+    // written into the image.
+    QPolygonF polyline() const;
+    void writePolyline(const RasterTarget& target) const;
     void drawColumns(QPainter* painter, const QRectF& canvasRect, double baseRow) const;
 
     mutable Order order = Order::Unknown;
