@@ -350,8 +350,7 @@ PlotCurve::PointShape PlotCurve::pointShape() const
 
 void PlotCurve::describePointsToItem() const
 {
-    if (auto* const item = dynamic_cast<FastPlotCurve*>(plotItem)) {
-        const PointShape shape = pointShape();
-        item->setKnownShape(int(points.count) + 1, shape.timesFall, shape.valuesFinite);
-    }
+    auto* const item = dynamic_cast<FastPlotCurve*>(plotItem);
+    if (item && pointShape().timesFall)
+        item->setTimesFall(int(points.count) + 1);
 }

@@ -88,9 +88,9 @@ public:
     };
     PointShape pointShape() const;
 
-    // Tells the plot item the shape, after setRawSamples, so that it needn't
-    // scan the arrays at each replot. Items other than FastPlotCurve don't
-    // ask.
+    // Tells the plot item, after setRawSamples, that the times fall, so
+    // that it needn't scan them at each replot. Items other than
+    // FastPlotCurve don't ask.
     void describePointsToItem() const;
 
     // The capture thread's driver handle, -1 while none is open.

@@ -9,7 +9,8 @@
 //
 //   bench_refresh                  all cases
 //   bench_refresh --goal           the cases named by the performance goal, after
-//                                  those of one curve, which warm the process up
+//                                  those of one curve, which warm the process up,
+//                                  and whether each meets it
 //   bench_refresh --case 16,100000,all,Steps [--no-baseline]
 //                                  one case, for a profiler
 //   bench_refresh --noise 4        noise of 4 % of the value range (default 0.5)
@@ -233,6 +234,30 @@ struct Cost
     double worstCpu; // the longest tick, ms of CPU time
 };
 
+// A case with all frames in view, and what the goal asks of such a case.
+struct Measured
+{
+    int curves;
+    unsigned plotSize;
+    std::string style;
+    double baseline; // ms
+    double item;
+};
+
+struct Goal
+{
+    int curves;
+    unsigned plotSize;
+    const char* style;
+    double ms;     // at most, per tick
+    double factor; // at least, over the baseline
+};
+
+const Goal goals[] = {
+    {8, 5000, "Steps", 1.5, 0.0},     {8, 5000, "Lines", 1.5, 0.0},     {8, 5000, "Sticks", 1.5, 0.0},
+    {16, 100000, "Steps", 6.0, 25.0}, {16, 100000, "Lines", 6.0, 15.0}, {16, 100000, "Sticks", 6.0, 25.0},
+    {32, 100000, "Steps", 12.0, 0.0}, {32, 100000, "Lines", 12.0, 0.0}, {32, 100000, "Sticks", 12.0, 0.0}};
+
 double median(std::vector<double> v)
 {
     std::sort(v.begin(), v.end());
@@ -353,10 +378,10 @@ int main(int argc, char** argv)
         const char* name;
         int index;
     } styles[] = {{"Steps", 0}, {"Lines", 1}, {"Sticks", 2}};
-    const std::vector<int> curveCounts =
-        goalOnly ? std::vector<int>{1, 8, 16, 32} : std::vector<int>{1, 8, 16, 32};
+    const std::vector<int> curveCounts{1, 8, 16, 32};
     bool allPainted = true;
     bool layoutShown = false;
+    std::vector<Measured> allInView;
     std::string longestTicks;
 
     for (const unsigned plotSize : {5000u, 100000u}) {
@@ -408,6 +433,8 @@ int main(int argc, char** argv)
                     std::printf("%6d %9u %7s %7s %12.2f %8.2f %6.1fx %13.2f %15.2f\n", curves, plotSize,
                                 view.name, style.name, baseline.cpu, own.cpu, baseline.cpu / own.cpu,
                                 own.wall, replot);
+                    if (std::strcmp(view.name, "all") == 0)
+                        allInView.push_back({curves, plotSize, style.name, baseline.cpu, own.cpu});
                     std::fflush(stdout);
                 }
             }
@@ -434,6 +461,22 @@ int main(int argc, char** argv)
     std::printf("%6s %9s %7s %7s %6s %12s %12s\n", "curves", "plotSize", "window", "style", "ticks",
                 "median ms", "longest ms");
     std::printf("%s", longestTicks.c_str());
+    if (goalOnly) {
+        std::printf("\nGoal, all frames in view: the item's ms per tick and its factor over the baseline:\n");
+        for (const Goal& goal : goals) {
+            for (const Measured& m : allInView) {
+                if (m.curves != goal.curves || m.plotSize != goal.plotSize || goal.style != m.style)
+                    continue;
+                const bool met = m.item <= goal.ms && m.baseline / m.item >= goal.factor;
+                char factor[16] = "";
+                if (goal.factor > 0.0)
+                    std::snprintf(factor, sizeof factor, "(>= %.0fx)", goal.factor);
+                std::printf("%6d %9u %7s %7.2f ms (<= %5.2f) %6.1fx %-9s  %s\n", m.curves, m.plotSize,
+                            m.style.c_str(), m.item, goal.ms, m.baseline / m.item, factor,
+                            met ? "met" : "MISSED");
+            }
+        }
+    }
     if (!allPainted)
         std::printf("\nWARNING: some ticks did not paint the canvas exactly once.\n");
     return 0;

@@ -1,98 +1,219 @@
 #include "fastplotcurve.h"
 
-#include "cosmeticstroke.h"
-
 #include <qwt_clipper.h>
 #include <qwt_painter.h>
 #include <qwt_point_data.h>
 #include <qwt_scale_map.h>
 #include <qwt_symbol.h>
 
+#include <QImage>
 #include <QPaintEngine>
 #include <QPainter>
-#include <QPolygonF>
+#include <QRegion>
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
+#include <cstdint>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace {
 
-// Qwt strokes a polyline in pieces of seven points unless told otherwise,
-// and Qt strokes the ends of each piece anew: it leaves out the corner of a
-// step at the end of a piece, and where a piece spans a pixel or two it may
-// leave out the whole piece, so that a curve of about one sample per pixel
-// column comes out dashed. While an item with a thin pen draws, its
-// polylines go to the painter in one piece; Qt strokes those in one pass.
-// A wider pen is stroked as an outline, which costs more than linear time
-// on a long polyline: there the pieces stay.
-class WholePolylines
-{
-public:
-    explicit WholePolylines(bool on) : on(on), before(QwtPainter::polylineSplitting())
-    {
-        if (on)
-            QwtPainter::setPolylineSplitting(false);
-    }
-    ~WholePolylines()
-    {
-        if (on)
-            QwtPainter::setPolylineSplitting(before);
-    }
-    WholePolylines(const WholePolylines&) = delete;
-    WholePolylines& operator=(const WholePolylines&) = delete;
+// Far beyond any canvas and well within int: coordinates are held here.
+constexpr double coordinateLimit = 1073741824.0; // 2^30
 
-private:
-    const bool on;
-    const bool before;
-};
-
-// Where Qt's raster engine cuts the lines it strokes: at the edges of the
-// image it paints on, which for a widget is the window's backing store,
-// wherever in it the painter's own device lies.
-QRect strokeBounds(const QPainter* painter)
+// A coordinate rounded to its pixel, half up, as qRound rounds the vertices
+// Qwt draws: shifted to where truncation is floor, without a branch. Not a
+// number ends at the upper limit.
+inline double toPixel(double v)
 {
-    const QPaintDevice* target = painter->paintEngine()->paintDevice();
-    return QRect(0, 0, target->width(), target->height());
+    constexpr double shift = 2.0 * coordinateLimit;
+    const double held = v < coordinateLimit ? (v > -coordinateLimit ? v : -coordinateLimit) : coordinateLimit;
+    return double(int64_t(held + (shift + 0.5))) - shift;
+}
+
+// The first index in [lo, hi) where holds() is false, or hi; holds() must
+// be true on a prefix of the range and false on the rest.
+template <typename Holds> int partitionPoint(int lo, int hi, Holds holds)
+{
+    while (lo < hi) {
+        const int mid = lo + (hi - lo) / 2;
+        if (holds(mid))
+            lo = mid + 1;
+        else
+            hi = mid;
+    }
+    return lo;
+}
+
+// The lowest and highest of v[from..to]; false where a value is not a
+// number. Most of the work on a dense curve is this loop, hence two lanes
+// of two values.
+bool extremes(const double* v, int from, int to, double* low, double* high)
+{
+    double lo = v[from];
+    double hi = v[from];
+    bool numbers = true;
+    int k = from;
+#if defined(__SSE2__)
+    if (to - from >= 7) {
+        __m128d lo0 = _mm_set1_pd(lo);
+        __m128d hi0 = lo0;
+        __m128d lo1 = lo0;
+        __m128d hi1 = lo0;
+        __m128d nan = _mm_setzero_pd();
+        for (; k + 3 <= to; k += 4) {
+            const __m128d a = _mm_loadu_pd(v + k);
+            const __m128d b = _mm_loadu_pd(v + k + 2);
+            nan = _mm_or_pd(nan, _mm_cmpunord_pd(a, b));
+            lo0 = _mm_min_pd(lo0, a);
+            hi0 = _mm_max_pd(hi0, a);
+            lo1 = _mm_min_pd(lo1, b);
+            hi1 = _mm_max_pd(hi1, b);
+        }
+        double l[2];
+        double h[2];
+        _mm_storeu_pd(l, _mm_min_pd(lo0, lo1));
+        _mm_storeu_pd(h, _mm_max_pd(hi0, hi1));
+        lo = std::min(l[0], l[1]);
+        hi = std::max(h[0], h[1]);
+        numbers = _mm_movemask_pd(nan) == 0;
+    }
+#endif
+    for (; k <= to; ++k) {
+        const double x = v[k];
+        numbers = numbers && x == x;
+        lo = x < lo ? x : lo;
+        hi = x > hi ? x : hi;
+    }
+    *low = lo;
+    *high = hi;
+    return numbers;
+}
+
+// Rows from `from` towards `to`, without `to`, widen [top, bottom].
+void stretch(double from, double to, double* top, double* bottom)
+{
+    if (from == to)
+        return;
+    const double end = to > from ? to - 1.0 : to + 1.0;
+    *top = std::min({*top, from, end});
+    *bottom = std::max({*bottom, from, end});
 }
 
 } // namespace
 
+// Sets pixels of one opaque colour straight in the image behind a raster
+// painter. Qt fills a one pixel wide rectangle row by row, with a call and
+// a clip per row, which for the tall columns of a dense curve is most of
+// the cost of drawing it. Only where the painter would set just those
+// pixels: a 32-bit image, opaque source-over painting, a translation by
+// whole pixels, clips that are single rectangles.
+class FastPlotCurve::RasterTarget
+{
+public:
+    bool begin(QPainter* painter, QRgb color);
+
+    // In the painter's coordinates, both ends included.
+    void column(double x, double top, double bottom) const { fill(x, x, top, bottom); }
+    void row(double y, double left, double right) const { fill(left, right, y, y); }
+
+private:
+    void fill(double left, double right, double top, double bottom) const;
+
+    uchar* bits = nullptr;
+    qsizetype stride = 0;
+    QRect safe;    // what may be written, in the image's pixels
+    QPoint offset; // from the painter's coordinates to the image's
+    quint32 pixel = 0;
+};
+
+bool FastPlotCurve::RasterTarget::begin(QPainter* painter, QRgb color)
+{
+    QPaintEngine* engine = painter->paintEngine();
+    if (!engine || engine->type() != QPaintEngine::Raster || qAlpha(color) != 255)
+        return false;
+    QPaintDevice* device = engine->paintDevice();
+    if (!device || device->devType() != QInternal::Image)
+        return false;
+    auto* image = static_cast<QImage*>(device);
+    const QImage::Format format = image->format();
+    if (format != QImage::Format_RGB32 && format != QImage::Format_ARGB32 &&
+        format != QImage::Format_ARGB32_Premultiplied)
+        return false;
+    if (painter->opacity() != 1.0 || painter->compositionMode() != QPainter::CompositionMode_SourceOver)
+        return false;
+    const QTransform transform = painter->deviceTransform();
+    if (transform.type() > QTransform::TxTranslate || transform.dx() != std::floor(transform.dx()) ||
+        transform.dy() != std::floor(transform.dy()))
+        return false;
+    offset = QPoint(int(transform.dx()), int(transform.dy()));
+
+    safe = image->rect();
+    // The device's clip (for a widget, the region being repainted) is in its
+    // pixels, the painter's in the painter's coordinates.
+    const QRegion systemClip = engine->systemClip();
+    if (!systemClip.isEmpty()) {
+        if (systemClip.rectCount() != 1)
+            return false;
+        safe &= systemClip.boundingRect();
+    }
+    if (painter->hasClipping()) {
+        const QRegion clip = painter->clipRegion();
+        if (clip.rectCount() != 1)
+            return false;
+        safe &= clip.boundingRect().translated(offset);
+    }
+    // The engine paints into this very memory; bits() would detach a copy
+    // that someone took while painting.
+    bits = const_cast<uchar*>(image->constBits());
+    stride = image->bytesPerLine();
+    pixel = color;
+    return true;
+}
+
+void FastPlotCurve::RasterTarget::fill(double left, double right, double top, double bottom) const
+{
+    const int x0 = std::max(int(left) + offset.x(), safe.left());
+    const int x1 = std::min(int(right) + offset.x(), safe.right());
+    const int y0 = std::max(int(top) + offset.y(), safe.top());
+    const int y1 = std::min(int(bottom) + offset.y(), safe.bottom());
+    if (x0 > x1 || y0 > y1)
+        return;
+    uchar* line = bits + y0 * stride;
+    if (x0 == x1) {
+        for (int y = y0; y <= y1; ++y, line += stride)
+            reinterpret_cast<quint32*>(line)[x0] = pixel;
+        return;
+    }
+    for (int y = y0; y <= y1; ++y, line += stride)
+        std::fill(reinterpret_cast<quint32*>(line) + x0, reinterpret_cast<quint32*>(line) + x1 + 1, pixel);
+}
+
 FastPlotCurve::FastPlotCurve(const QString& title) : QwtPlotCurve(title) {}
 
-void FastPlotCurve::setKnownShape(int size, bool timesFall, bool valuesFinite)
+void FastPlotCurve::setTimesFall(int size)
 {
-    // Times that don't fall may still rise: that is left to find out.
-    known = {size, timesFall ? std::optional<TimeOrder>(TimeOrder::Falling) : std::nullopt, valuesFinite};
+    if (size == int(dataSize()))
+        order = Order::Falling;
 }
 
 void FastPlotCurve::dataChanged()
 {
-    known = KnownShape();
+    order = Order::Unknown;
     QwtPlotCurve::dataChanged();
 }
 
-bool FastPlotCurve::rawArrays(const double** x, const double** y) const
-{
-    if (const auto* raw = dynamic_cast<const QwtCPointerData*>(data())) {
-        *x = raw->xData();
-        *y = raw->yData();
-        return true;
-    }
-    if (const auto* arrays = dynamic_cast<const QwtPointArrayData*>(data())) {
-        *x = arrays->xData().constData();
-        *y = arrays->yData().constData();
-        return true;
-    }
-    return false;
-}
-
-bool FastPlotCurve::reducible(const QwtScaleMap& xMap, const QwtScaleMap& yMap) const
+bool FastPlotCurve::reducible(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap) const
 {
     const CurveStyle curveStyle = style();
     if (curveStyle != Lines && curveStyle != Steps && curveStyle != Sticks)
         return false;
     if (curveStyle == Lines && testCurveAttribute(Fitted) && curveFitter())
+        return false;
+    if (curveStyle == Sticks && !std::isfinite(baseline()))
         return false;
     // A dash pattern runs along the whole path, a brush fills below all of
     // it, and symbols sit on every sample.
@@ -100,40 +221,48 @@ bool FastPlotCurve::reducible(const QwtScaleMap& xMap, const QwtScaleMap& yMap) 
         return false;
     if (symbol() && symbol()->style() != QwtSymbol::NoSymbol)
         return false;
-    return orientation() == Qt::Vertical && !xMap.transformation() && !yMap.transformation();
+    return orientation() == Qt::Vertical && !xMap.transformation() && !yMap.transformation() &&
+           QwtPainter::roundingAlignment(painter);
 }
 
-bool FastPlotCurve::paintsWholePixels(const QPainter* painter) const
+FastPlotCurve::Order FastPlotCurve::timeOrder(const double* x, int size) const
 {
-    // Sticks are never antialiased, whatever the painter says.
-    if (style() != Sticks && painter->testRenderHint(QPainter::Antialiasing))
-        return false;
-    // A wider pen covers more than the line's own pixels; a translucent one,
-    // and a thinner one, which Qt paints faintly, would show how often a
-    // pixel is painted.
+    if (order == Order::Unknown) {
+        bool falls = true;
+        bool rises = true;
+        for (int i = 0; i + 1 < size && (falls || rises); ++i) {
+            falls = falls && x[i] >= x[i + 1];
+            rises = rises && x[i] <= x[i + 1];
+        }
+        order = falls ? Order::Falling : rises ? Order::Rising : Order::Unsorted;
+    }
+    return order;
+}
+
+bool FastPlotCurve::thinOpaquePen(const QPainter* painter) const
+{
     const QPen& linePen = pen();
-    if ((linePen.widthF() != 1.0 && linePen.widthF() != 0.0) || linePen.brush().style() != Qt::SolidPattern ||
-        linePen.color().alpha() != 255)
-        return false;
-    if (painter->opacity() != 1.0 || painter->compositionMode() != QPainter::CompositionMode_SourceOver)
-        return false;
-    const QPaintEngine* engine = painter->paintEngine();
-    if (!engine || engine->type() != QPaintEngine::Raster)
-        return false;
-    const QTransform transform = painter->deviceTransform();
-    return transform.type() <= QTransform::TxTranslate && transform.dx() == std::floor(transform.dx()) &&
-           transform.dy() == std::floor(transform.dy());
+    return !painter->testRenderHint(QPainter::Antialiasing) &&
+           (linePen.widthF() == 0.0 || linePen.widthF() == 1.0) &&
+           linePen.brush().style() == Qt::SolidPattern && linePen.color().alpha() == 255;
 }
 
 void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                                const QRectF& canvasRect, int from, int to) const
 {
-    const WholePolylines wholePolylines(pen().widthF() <= 1.0);
-    const int size = static_cast<int>(dataSize());
+    const int size = int(dataSize());
     const double* x = nullptr;
     const double* y = nullptr;
-    if (!painter || size <= 0 || !rawArrays(&x, &y) || !reducible(xMap, yMap)) {
-        QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to);
+    if (const auto* raw = dynamic_cast<const QwtCPointerData*>(data())) {
+        x = raw->xData();
+        y = raw->yData();
+    } else if (const auto* arrays = dynamic_cast<const QwtPointArrayData*>(data())) {
+        x = arrays->xData().constData();
+        y = arrays->yData().constData();
+    }
+    const auto drawPlain = [&]() { QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to); };
+    if (!painter || size <= 0 || !x || !reducible(painter, xMap, yMap)) {
+        drawPlain();
         return;
     }
     if (to < 0)
@@ -142,366 +271,175 @@ void FastPlotCurve::drawSeries(QPainter* painter, const QwtScaleMap& xMap, const
     to = qBound(0, to, size - 1);
     if (from > to)
         std::swap(from, to);
-    // The plain drawing's polyline runs through all of these.
-    const int polylineFrom = from;
-    const int polylineTo = to;
-
-    // Values that aren't finite have no defined pixels. Unless the polygon
-    // is clipped first, Qt strokes them into lines that may cross the
-    // canvas, also from samples outside the window; only the plain drawing
-    // of all samples draws those the same.
-    const double width = pen().widthF();
-    // What holds for all samples holds for every part of them. A replot
-    // asks for all; what it finds out is kept until the samples change.
-    const bool whole = from == 0 && to == size - 1;
-    if (known.size != size)
-        known = KnownShape{size, std::nullopt, std::nullopt};
-    const auto ofAll = [whole](auto& slot, auto find) {
-        if (!whole)
-            return find();
-        if (!slot)
-            slot = find();
-        return *slot;
-    };
-    const auto valuesFinite = [&]() {
-        return ofAll(known.valuesFinite, [&]() { return finiteValues(y, from, to); });
-    };
-    const auto order = [&]() { return ofAll(known.order, [&]() { return timeOrder(x, from, to); }); };
-    if (!testPaintAttribute(ClipPolygons) && !valuesFinite()) {
-        QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to);
+    // On sorted times, infinite ones can only stand at the ends.
+    const Order sorted = timeOrder(x, size);
+    if (sorted == Order::Unsorted || !std::isfinite(x[from]) || !std::isfinite(x[to])) {
+        drawPlain();
         return;
     }
 
-    // Times that aren't finite have no pixel column either. On sorted
-    // times they can only stand at the ends.
-    const bool sorted = (known.order == TimeOrder::Falling) || order() != TimeOrder::Unsorted;
-    if (sorted ? !std::isfinite(x[from]) || !std::isfinite(x[to]) : !finiteValues(x, from, to)) {
-        QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to);
+    // The samples that map into the canvas, with a margin for rounding and
+    // the pen, and one beyond each edge, from which the line comes in.
+    const double margin = 1.0 + std::max(1.0, pen().widthF());
+    const double t0 = xMap.invTransform(canvasRect.left() - margin);
+    const double t1 = xMap.invTransform(canvasRect.right() + margin);
+    const double early = std::min(t0, t1);
+    const double late = std::max(t0, t1);
+    const bool falling = sorted == Order::Falling;
+    const int firstIn =
+        partitionPoint(from, to + 1, [&](int i) { return falling ? x[i] > late : x[i] < early; });
+    const int firstBeyond =
+        partitionPoint(firstIn, to + 1, [&](int i) { return falling ? x[i] >= early : x[i] <= late; });
+    from = std::max(from, firstIn - 1);
+    to = std::min(to, firstBeyond);
+
+    // Lines through fewer than about two samples a column are slanted,
+    // which the columns don't describe, and the plain drawing of those costs
+    // no more. Steps and sticks are rows and columns of pixels at any
+    // density, which Qwt would draw with a painter call per sample.
+    const int fewest = style() == Lines ? 2 * int(canvasRect.width()) : 2;
+    if (to - from + 1 < fewest || !reduce(x, y, from, to, xMap, yMap)) {
+        drawPlain();
         return;
     }
-
-    // A line can touch the canvas from up to a pen's width outside it.
-    const double margin = std::max(1.0, width) + 2.0;
-    if (sorted) {
-        const IndexRange visible =
-            visibleRange(x, from, to, xMap, canvasRect.left() - margin, canvasRect.right() + margin);
-        from = visible.from;
-        to = visible.to;
-    }
-
-    // The samples in view alone make the picture of all of them: the first
-    // and the last lie beyond the canvas, or end the curve.
-    const auto drawPlain = [&]() { QwtPlotCurve::drawSeries(painter, xMap, yMap, canvasRect, from, to); };
-
-    // Where the pixel columns hold a sample or two each, the line through
-    // the samples in view is the picture itself and costs about what the
-    // columns would. Qt's stroker sets its pixels one by one through its
-    // clip and blending; where the painter would set each pixel plainly,
-    // the same pixels are set straight in the image, and otherwise Qwt draws
-    // the line. Steps and sticks are rows and columns of pixels, which the
-    // columns fill at a third of the cost of Qt's stroking.
-    if (sorted && style() == Lines && to - from < 2 * canvasRect.width()) {
-        const bool finite = known.valuesFinite.value_or(false) || finiteValues(y, from, to);
-        if (!finite || !QwtPainter::roundingAlignment(painter) || !paintsWholePixels(painter) ||
-            !strokeLines(painter, xMap, yMap, canvasRect, x, y, from, to))
-            drawPlain();
-        return;
-    }
-
-    if (QwtPainter::roundingAlignment(painter)) {
-        const bool wholePixels = paintsWholePixels(painter);
-        const PixelColumns columns(xMap, yMap, !wholePixels, &sampleRows);
-        bool reduced = false;
-        switch (style()) {
-        case Lines:
-            reduced = columns.lines(x, y, from, to, sorted, runs);
-            break;
-        case Steps:
-            // On a vertically oriented curve, Qwt's steps go vertically
-            // first unless the curve is Inverted.
-            reduced = columns.steps(x, y, from, to, sorted, !testCurveAttribute(Inverted), runs);
-            break;
-        default:
-            reduced = std::isfinite(baseline()) && columns.sticks(x, y, from, to, sorted, runs);
-            break;
-        }
-        tipPixels.clear();
-        if (reduced && wholePixels && style() == Lines) {
-            const QTransform transform = painter->deviceTransform();
-            const QRectF clipRect = canvasRect.adjusted(-1.0, -1.0, 1.0, 1.0);
-            LineTips tips(columns, strokeBounds(painter), QPoint(int(transform.dx()), int(transform.dy())),
-                          testPaintAttribute(ClipPolygons) ? &clipRect : nullptr,
-                          pen().capStyle() != Qt::FlatCap, polylineFrom, polylineTo, tipBuffers);
-            tips.apply(x, y, runs, canvasRect.toAlignedRect(), &tipPixels);
-            // A line that leaves for a column further off or out of the
-            // canvas starts where the joins before it put its first pixel.
-            const QRectF lineClip = canvasRect.adjusted(-1.0, -1.0, 1.0, 1.0);
-            for (size_t k = 0; k + 1 < runs.size(); ++k) {
-                const QPointF a(runs[k].x, runs[k].last);
-                const QPointF b(runs[k + 1].x, runs[k + 1].first);
-                if (!(std::abs(a.x() - b.x()) == 1.0 && lineClip.contains(a) && lineClip.contains(b)))
-                    tips.traceLeaving(x, y, runs[k].end, &tipPixels);
-            }
-        }
-        leavingTraced = reduced && wholePixels && style() == Lines;
-        if (reduced) {
-            const double baseRow = style() == Sticks ? columns.stickRow(baseline()) : 0.0;
-            if (wholePixels)
-                drawSpans(painter, canvasRect, baseRow, sorted);
-            else if (style() == Sticks)
-                drawSticks(painter, baseRow);
-            else
-                drawPolyline(painter, canvasRect);
-            return;
-        }
-    }
-    drawPlain();
+    drawColumns(painter, canvasRect, toPixel(yMap.transform(baseline())));
 }
 
-bool FastPlotCurve::strokeLines(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
-                                const QRectF& canvasRect, const double* x, const double* y, int from,
-                                int to) const
+bool FastPlotCurve::reduce(const double* x, const double* y, int from, int to, const QwtScaleMap& xMap,
+                           const QwtScaleMap& yMap) const
 {
-    if (!pixelFill.begin(painter, pen().color().rgba()))
-        return false;
-
-    // The polyline as Qwt's point mapper makes it: rounded vertices, and
-    // with FilterPoints none the same as the one before.
-    const PixelColumns columns(xMap, yMap, false);
-    const bool weed = testPaintAttribute(FilterPoints);
-    polyline.resize(0);
-    for (int i = from; i <= to; ++i) {
-        const QPointF p = columns.lineVertex(x[i], y[i]);
-        if (!weed || polyline.isEmpty() || polyline.last() != p)
-            polyline.append(p);
-    }
-    if (testPaintAttribute(ClipPolygons) && polyline.size() >= 2) {
-        const qreal width = std::max(qreal(1.0), pen().widthF());
-        const QRectF clipRect = canvasRect.adjusted(-width, -width, width, width);
-        // Mostly only the samples just beyond the window's edges lie
-        // outside: Qwt's clipper then cuts just the first and the last
-        // line, as clipAsQwt does, and the polyline keeps its memory.
-        const auto inside = [&clipRect](const QPointF& p) {
-            return p.x() >= clipRect.left() && p.x() <= clipRect.right() && p.y() >= clipRect.top() &&
-                   p.y() <= clipRect.bottom();
-        };
-        const int last = polyline.size() - 1;
-        bool endsOnly = last >= 2;
-        for (int k = 1; k < last && endsOnly; ++k)
-            endsOnly = inside(polyline.at(k));
-        if (endsOnly) {
-            QPointF second = polyline.at(1);
-            QPointF beforeLast = polyline.at(last - 1);
-            clipAsQwt(polyline[0], second, clipRect);
-            clipAsQwt(beforeLast, polyline[last], clipRect);
+    columns.clear();
+    const auto columnOf = [&](int i) { return toPixel(xMap.transform(x[i])); };
+    const auto rowOf = [&](double v) { return toPixel(yMap.transform(v)); };
+    int length = 1; // of the last column; the next one is likely alike
+    double column = columnOf(from);
+    for (int i = from; i <= to;) {
+        const auto inColumn = [&](int k) { return columnOf(k) == column; };
+        // On sorted times a column's samples follow one another. Short
+        // columns are walked; from the length of a long one the search
+        // gallops, then bisects.
+        int end = i + 1;
+        double next = column;
+        if (length < 16) {
+            while (end <= to && (next = columnOf(end)) == column)
+                ++end;
         } else {
-            polyline = QwtClipper::clipPolygonF(clipRect, polyline, false);
+            int hi = to + 1;
+            for (int probe = i + length; probe < hi; probe = i + 2 * (probe - i)) {
+                if (!inColumn(probe)) {
+                    hi = probe;
+                    break;
+                }
+                end = probe + 1;
+            }
+            end = partitionPoint(end, hi, inColumn);
+            if (end <= to)
+                next = columnOf(end);
         }
-    }
-    // Qt draws nothing of a single point, and closes a polyline that ends
-    // where it starts, which the stroke below doesn't.
-    if (polyline.size() < 2)
-        return true;
-    if (polyline.first() == polyline.last())
-        return false;
-
-    const QTransform transform = painter->deviceTransform();
-    const QPointF shift(transform.dx(), transform.dy());
-    CosmeticStroke stroke(strokeBounds(painter), pen().capStyle() != Qt::FlatCap);
-    strokePixels.clear();
-    stroke.moveTo(polyline.first() + shift, true);
-    const int last = polyline.size() - 1;
-    for (int k = 1; k <= last; ++k)
-        stroke.lineTo(polyline.at(k) + shift, k == last, INT_MIN, INT_MAX, &strokePixels);
-
-    rest.clear();
-    pixelFill.setPixels(strokePixels.data(), static_cast<int>(strokePixels.size()), &rest);
-    if (!rest.empty()) {
-        // Beyond the clips: the painter clips them away as it would have.
-        painter->save();
-        painter->setPen(Qt::NoPen);
-        painter->setBrush(pen().color());
-        painter->drawRects(rest.data(), static_cast<int>(rest.size()));
-        painter->restore();
+        double low = 0.0;
+        double high = 0.0;
+        if (!extremes(y, i, end - 1, &low, &high))
+            return false;
+        // The value axis may run either way.
+        const double lowRow = rowOf(low);
+        const double highRow = rowOf(high);
+        columns.push_back(
+            {column, rowOf(y[i]), std::min(lowRow, highRow), std::max(lowRow, highRow), rowOf(y[end - 1])});
+        length = end - i;
+        i = end;
+        column = next;
     }
     return true;
 }
 
-void FastPlotCurve::drawSpans(QPainter* painter, const QRectF& canvasRect, double baseRow, bool sorted) const
+QPolygonF FastPlotCurve::polyline() const
 {
-    // Nothing beyond a few pixels around the canvas can be seen; holding
-    // the spans there keeps their sizes within int.
-    const double left = std::floor(canvasRect.left()) - 4.0;
-    const double right = std::ceil(canvasRect.right()) + 4.0;
-    const double top = std::floor(canvasRect.top()) - 4.0;
-    const double bottom = std::ceil(canvasRect.bottom()) + 4.0;
-    const bool isSticks = style() == Sticks;
-
-    spans.clear();
-    lines.clear();
-    // A polyline whose vertices all coincide has no line to draw.
-    if (!isSticks && runs.size() == 1 && runs.front().low == runs.front().high)
-        return;
-
-    // The lines on from each column to the next. Their ends lie in the
-    // columns' spans; in between, a step is a row of pixels.
-    const double width = std::max(1.0, pen().widthF());
-    const QRectF clipRect = canvasRect.adjusted(-width, -width, width, width);
-    const auto inside = [&clipRect](const QPointF& p) {
-        return p.x() >= clipRect.left() && p.x() <= clipRect.right() && p.y() >= clipRect.top() &&
-               p.y() <= clipRect.bottom();
-    };
-    for (size_t i = 0; !isSticks && i + 1 < runs.size(); ++i) {
-        ColumnRun& run = runs[i];
-        ColumnRun& next = runs[i + 1];
-        if (style() == Steps) {
-            const double x0 = std::max(std::min(run.x, next.x) + 1.0, left);
-            const double x1 = std::min(std::max(run.x, next.x) - 1.0, right);
-            if (x0 <= x1 && run.last >= top && run.last <= bottom)
-                spans.emplace_back(int(x0), int(run.last), int(x1 - x0) + 1, 1);
-            continue;
-        }
-        QPointF a(run.x, run.last);
-        QPointF b(next.x, next.first);
-        if (std::abs(run.x - next.x) == 1.0 && inside(a) && inside(b)) {
-            // Between neighbouring columns Qt draws the line as pixels of the
-            // left column, from its end there to the row before the end in
-            // the right column, whose pixel the right column has.
-            ColumnRun& leftRun = run.x < next.x ? run : next;
-            const double from = run.x < next.x ? run.last : next.first;
-            const double to = run.x < next.x ? next.first : run.last;
-            // The rows between the two ends; which way the line goes changes
-            // from one column to the next, so chosen without a branch.
-            const double low = to < from ? to + 1.0 : from + 1.0;
-            const double high = to < from ? from - 1.0 : to - 1.0;
-            if (leftRun.low <= from && from <= leftRun.high) {
-                // The column holds the line's end there: it grows by them.
-                leftRun.low = std::min(leftRun.low, low <= high ? low : leftRun.low);
-                leftRun.high = std::max(leftRun.high, low <= high ? high : leftRun.high);
-            } else if (std::max(low, top) <= std::min(high, bottom) && leftRun.x >= left &&
-                       leftRun.x <= right) {
-                // Qt leaves the end out where it is a tip of the column, and
-                // then they stand apart from the column's own pixels.
-                spans.emplace_back(QPoint(int(leftRun.x), int(std::max(low, top))),
-                                   QPoint(int(leftRun.x), int(std::min(high, bottom))));
-            }
-            continue;
-        }
-        // Traced with the joins before it, unless it comes from outside.
-        if (leavingTraced && inside(a))
-            continue;
-        if (testPaintAttribute(ClipPolygons) && !clipAsQwt(a, b, clipRect))
-            continue;
-        lines.emplace_back(a, b);
-    }
-
-    // What each column covers: a stick runs from the baseline to its sample,
-    // both ends included; a line runs between its extremes.
-    const auto band = [&](const ColumnRun& run, int* lo, int* hi) {
-        const double low = isSticks ? std::min(baseRow, run.low) : run.low;
-        const double high = isSticks ? std::max(baseRow, run.high) : run.high;
-        if (run.x < left || run.x > right)
-            return false;
-        *lo = int(std::max(low, top));
-        *hi = int(std::min(high, bottom));
-        return *lo <= *hi;
-    };
-    // Made again only when the pen changes, so that a replot allocates
-    // nothing here.
-    if (pen() != pensOf) {
-        pensOf = pen();
-        // Without caps a line leaves out its far end, which the next
-        // column's span covers.
-        flatPen = pensOf;
-        flatPen.setCapStyle(Qt::FlatCap);
-        spanBrush = QBrush(pensOf.color());
-    }
-    // Written straight into the image, a column costs what its pixels cost,
-    // and needn't be cut into runs along the rows.
-    const bool direct = pixelFill.begin(painter, pensOf.color().rgba());
-
-    int lo = 0;
-    int hi = 0;
-    if (sorted && !direct) {
-        // Columns come one after the other; rows they share become runs.
-        columnSpans.clear();
-        const bool ascending = runs.front().x <= runs.back().x;
-        for (size_t k = 0; k < runs.size(); ++k) {
-            const ColumnRun& run = runs[ascending ? k : runs.size() - 1 - k];
-            if (band(run, &lo, &hi))
-                columnSpans.push_back({int(run.x), lo, hi});
-        }
-        rowRuns.toRects(columnSpans, int(top), int(bottom), &spans);
-    } else {
-        for (const ColumnRun& run : runs) {
-            if (band(run, &lo, &hi))
-                spans.emplace_back(int(run.x), lo, 1, hi - lo + 1);
+    QPolygonF vertices;
+    for (const Column& column : columns) {
+        vertices.append(QPointF(column.x, column.enter));
+        for (const double row : {column.top, column.bottom, column.leave}) {
+            if (row != vertices.constLast().y())
+                vertices.append(QPointF(column.x, row));
         }
     }
-
-    painter->save();
-    painter->setRenderHint(QPainter::Antialiasing, false);
-    if (!lines.empty()) {
-        painter->setPen(flatPen);
-        painter->drawLines(lines.data(), static_cast<int>(lines.size()));
-    }
-    for (const QPoint& pixel : tipPixels)
-        spans.emplace_back(pixel, QSize(1, 1));
-    const std::vector<QRect>* painted = &spans;
-    if (direct) {
-        rest.clear();
-        pixelFill.fill(spans.data(), static_cast<int>(spans.size()), &rest);
-        painted = &rest;
-    }
-    painter->setPen(Qt::NoPen);
-    painter->setBrush(spanBrush);
-    painter->drawRects(painted->data(), static_cast<int>(painted->size()));
-    painter->restore();
+    return vertices;
 }
 
-void FastPlotCurve::drawPolyline(QPainter* painter, const QRectF& canvasRect) const
+void FastPlotCurve::writePolyline(const RasterTarget& target) const
 {
-    vertices.clear();
-    const auto append = [this](double x, double y) {
-        if (vertices.empty() || vertices.back().x() != x || vertices.back().y() != y)
-            vertices.emplace_back(x, y);
-    };
-    for (const ColumnRun& run : runs) {
-        append(run.x, run.first);
-        append(run.x, run.lowFirst ? run.low : run.high);
-        append(run.x, run.lowFirst ? run.high : run.low);
-        append(run.x, run.last);
+    // Each column with the ends of the lines to its neighbours. A steep line
+    // between neighbouring columns Qt draws in the left one, from its end
+    // there to the row before its end in the right one.
+    const size_t count = columns.size();
+    for (size_t k = 0; k < count; ++k) {
+        const Column& column = columns[k];
+        const Column* const before = k > 0 ? &columns[k - 1] : nullptr;
+        const Column* const after = k + 1 < count ? &columns[k + 1] : nullptr;
+        double top = std::min({column.top, column.enter, column.leave});
+        double bottom = std::max({column.bottom, column.enter, column.leave});
+        if (before && before->x == column.x + 1.0)
+            stretch(column.enter, before->leave, &top, &bottom);
+        if (after && after->x == column.x + 1.0)
+            stretch(column.leave, after->enter, &top, &bottom);
+        target.column(column.x, top, bottom);
+        // Rows run across; slanted lines further than to a neighbour go to
+        // the painter.
+        if (after && std::abs(after->x - column.x) > 1.0) {
+            if (column.leave == after->enter)
+                target.row(column.leave, std::min(column.x, after->x), std::max(column.x, after->x));
+            else
+                lines.emplace_back(column.x, column.leave, after->x, after->enter);
+        }
     }
-
-    painter->save();
-    painter->setPen(pen());
-    if (testPaintAttribute(ClipPolygons)) {
-        // The same clip as the plain drawing, so that cut lines end alike.
-        const qreal width = std::max(qreal(1.0), painter->pen().widthF());
-        const QRectF clipRect = canvasRect.adjusted(-width, -width, width, width);
-        QPolygonF polygon(static_cast<int>(vertices.size()));
-        std::copy(vertices.cbegin(), vertices.cend(), polygon.begin());
-        QwtPainter::drawPolyline(painter, QwtClipper::clipPolygonF(clipRect, polygon, false));
-    } else {
-        QwtPainter::drawPolyline(painter, vertices.data(), static_cast<int>(vertices.size()));
-    }
-    painter->restore();
 }
 
-void FastPlotCurve::drawSticks(QPainter* painter, double baseRow) const
+void FastPlotCurve::drawColumns(QPainter* painter, const QRectF& canvasRect, double baseRow) const
 {
-    // Every stick of a column starts at the baseline, so the two that reach
-    // farthest cover all the others.
-    lines.clear();
-    for (const ColumnRun& run : runs) {
-        lines.emplace_back(run.x, baseRow, run.x, run.low);
-        if (run.high != run.low)
-            lines.emplace_back(run.x, baseRow, run.x, run.high);
+    const bool sticks = style() == Sticks;
+    // Qwt's steps on a vertical curve go from each sample vertically to the
+    // value of the next one, then across to it; with Inverted across first.
+    // Either way a column's vertical line runs on to the row of the step.
+    const size_t count = columns.size();
+    if (style() == Steps && testCurveAttribute(Inverted)) {
+        for (size_t k = count; k-- > 1;)
+            columns[k].enter = columns[k - 1].leave;
+    } else if (style() == Steps) {
+        for (size_t k = 0; k + 1 < count; ++k)
+            columns[k].leave = columns[k + 1].enter;
     }
     painter->save();
     painter->setPen(pen());
     // As in the plain drawing: sticks are never antialiased.
-    painter->setRenderHint(QPainter::Antialiasing, false);
-    painter->drawLines(lines.data(), static_cast<int>(lines.size()));
+    if (sticks)
+        painter->setRenderHint(QPainter::Antialiasing, false);
+
+    // Every stick of a column starts at the baseline: one line covers them.
+    const auto stick = [baseRow](const Column& column) {
+        return QLineF(column.x, std::min(baseRow, column.top), column.x, std::max(baseRow, column.bottom));
+    };
+    lines.clear();
+    RasterTarget target;
+    if (thinOpaquePen(painter) && target.begin(painter, pen().color().rgba())) {
+        if (sticks) {
+            for (const Column& column : columns) {
+                const QLineF line = stick(column);
+                target.column(line.x1(), line.y1(), line.y2());
+            }
+        } else {
+            writePolyline(target);
+        }
+        painter->drawLines(lines.data(), int(lines.size()));
+    } else if (sticks) {
+        for (const Column& column : columns)
+            lines.push_back(stick(column));
+        painter->drawLines(lines.data(), int(lines.size()));
+    } else {
+        // The plain drawing's clip, so that cut lines end alike.
+        const qreal width = std::max(qreal(1.0), pen().widthF());
+        const QRectF clipRect = canvasRect.adjusted(-width, -width, width, width);
+        QwtPainter::drawPolyline(painter, testPaintAttribute(ClipPolygons)
+                                              ? QwtClipper::clipPolygonF(clipRect, polyline(), false)
+                                              : polyline());
+    }
     painter->restore();
 }
