@@ -319,38 +319,27 @@ PlotCurve::Points PlotCurve::updatePoints()
     }
     points = {n, lowest, highest, fresh > 0 ? summary.rawNewest : (n > 0 ? points.rawNewest : 0.0)};
 
-    // The marks move down with the samples they point at; a mark that left
-    // the curve took all older ones with it. Then the fresh samples, and the
-    // pair that joins them to the kept ones.
-    const auto shifted = [&](unsigned mark) {
-        return mark == 0 || kept == 0 || mark + fresh > n ? 0 : mark + fresh;
-    };
-    newestTimeBreak = shifted(newestTimeBreak);
-    newestOddValue = shifted(newestOddValue);
-    // A pair needs its older sample in the curve.
-    if (newestTimeBreak + 1 > n)
-        newestTimeBreak = 0;
+    // The break moves down with the sample it points at; a break that left
+    // the curve, or whose older sample did, is gone. Then the fresh samples,
+    // and the pair that joins them to the kept ones.
+    const bool breakKept = newestTimeBreak != 0 && kept != 0 && newestTimeBreak + fresh + 1 <= n;
+    newestTimeBreak = breakKept ? newestTimeBreak + fresh : 0;
     for (unsigned i = fresh; i > 0; --i) {
         if (i < n && !(x[i - 1] >= x[i]))
             newestTimeBreak = i;
-        if (!std::isfinite(y[i - 1]))
-            newestOddValue = i;
     }
     return points;
 }
 
-PlotCurve::PointShape PlotCurve::pointShape() const
+bool PlotCurve::timesFall() const
 {
     const double* const x = xValues.get();
-    const double* const y = yValues.get();
-    const unsigned n = points.count;
-    return {newestTimeBreak == 0 && x[0] == x[0] && (n == 0 || x[0] >= x[1]),
-            newestOddValue == 0 && std::isfinite(y[0])};
+    return newestTimeBreak == 0 && x[0] == x[0] && (points.count == 0 || x[0] >= x[1]);
 }
 
 void PlotCurve::describePointsToItem() const
 {
     auto* const item = dynamic_cast<FastPlotCurve*>(plotItem);
-    if (item && pointShape().timesFall)
+    if (item && timesFall())
         item->setTimesFall(int(points.count) + 1);
 }

@@ -78,15 +78,10 @@ public:
     };
     Points updatePoints();
 
-    // What the updates have seen of elements 0..n of the arrays, the live
-    // point included (set it first): whether the times never rise from one
-    // element to the next, and whether all values are finite.
-    struct PointShape
-    {
-        bool timesFall;
-        bool valuesFinite;
-    };
-    PointShape pointShape() const;
+    // Whether the times of elements 0..n of the arrays, the live point
+    // included (set it first), never rise from one element to the next, as
+    // far as the updates have seen them.
+    bool timesFall() const;
 
     // Tells the plot item, after setRawSamples, that the times fall, so
     // that it needn't scan them at each replot. Items other than
@@ -144,10 +139,9 @@ private:
     uint64_t pointsUpTo = 0; // ring.appended then
     Points points{0, 0.0, 0.0, 0.0};
     // The newest sample, counted from 1 behind the live point, whose time
-    // is older than that of the sample behind it, or that isn't a number;
-    // and the newest sample whose value isn't finite. 0 for none.
+    // is older than that of the sample behind it, or that isn't a number.
+    // 0 for none.
     unsigned newestTimeBreak = 0;
-    unsigned newestOddValue = 0;
 
     std::atomic<int32_t> keepRunning{0};
     VistrelMainWindow* const mainWindow;
