@@ -119,6 +119,8 @@ public:
     // Data bytes a frame must have; above 8 when not valid.
     constexpr unsigned neededBytes() const { return needed; }
     constexpr uint64_t fieldMask() const { return mask; }
+    // Position of the field's lowest bit in the frame word.
+    constexpr unsigned lowBit() const { return shift; }
     constexpr bool isMotorola() const { return motorola; }
 
     // The field from a word of its own byte order.

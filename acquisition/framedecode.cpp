@@ -163,14 +163,13 @@ DecodeSummary decodeOrdered(const ValueLayout& l, const TessFrameT* frames, unsi
 // integer, whose conversion to double is the cheaper one.
 enum class BitKind { Unsigned, Unsigned64, Signed, Float32, Float64 };
 
-template <BitKind Kind> inline double rawOf(uint64_t bits, uint64_t signBit)
+// Signed fields are read by the loop itself, with two shifts.
+template <BitKind Kind> inline double rawOf(uint64_t bits)
 {
     if constexpr (Kind == BitKind::Unsigned) {
         return static_cast<double>(static_cast<int64_t>(bits));
     } else if constexpr (Kind == BitKind::Unsigned64) {
         return static_cast<double>(bits);
-    } else if constexpr (Kind == BitKind::Signed) {
-        return static_cast<double>(static_cast<int64_t>((bits ^ signBit) - signBit));
     } else if constexpr (Kind == BitKind::Float32) {
         const uint32_t b32 = static_cast<uint32_t>(bits);
         float f;
@@ -213,35 +212,52 @@ DecodeSummary decodeBitLoop(const ValueLayout& layout, const TessFrameT* frames,
     const FrameFit fits(layout);
     const BitExtractor field(bits.field);
     const BitExtractor mux(bits.muxField);
-    const uint64_t muxValue = bits.muxValue;
-    const uint64_t signBit = uint64_t(1) << (bits.field.length - 1);
+    const uint64_t muxMask = mux.fieldMask() << mux.lowBit();
+    const uint64_t muxBits = bits.muxValue << mux.lowBit();
     const double scale = layout.scale;
     const double offset = layout.offset;
     const double frequency = static_cast<double>(timestampFrequency);
 
+    const auto holds = [&](const TessFrameT& f) {
+        if (!fits(f.len))
+            return false;
+        // The switch compared where it stands in the word: no shift.
+        if constexpr (Switch == SwitchRead::SameWord)
+            return (frameWord<Motorola>(f.data) & muxMask) == muxBits;
+        else if constexpr (Switch == SwitchRead::OtherWord)
+            return (frameWord<!Motorola>(f.data) & muxMask) == muxBits;
+        return true;
+    };
+    // A signed field moves up to the word's top and back down with its sign:
+    // two shifts instead of a mask and a sign extension.
+    const unsigned up = 64u - (field.lowBit() + unsigned(bits.field.length));
+    const unsigned down = 64u - unsigned(bits.field.length);
+    const auto rawOfFrame = [&](const TessFrameT& f) {
+        if constexpr (Kind == BitKind::Signed)
+            return static_cast<double>(static_cast<int64_t>(frameWord<Motorola>(f.data) << up) >> down);
+        else
+            return rawOf<Kind>(field.take(frameWord<Motorola>(f.data)));
+    };
+
     Range range;
-    double rawNewest = 0.0;
     unsigned count = 0;
     for (unsigned k = 0; k < n; ++k) {
         const TessFrameT& f = frames[n - 1 - k];
-        if (!fits(f.len))
+        if (!holds(f))
             continue;
-        const uint64_t word = frameWord<Motorola>(f.data);
-        if constexpr (Switch == SwitchRead::SameWord) {
-            if (mux.take(word) != muxValue)
-                continue;
-        } else if constexpr (Switch == SwitchRead::OtherWord) {
-            if (mux.take(frameWord<!Motorola>(f.data)) != muxValue)
-                continue;
-        }
-        const double raw = rawOf<Kind>(field.take(word), signBit);
-        const double value = scaled(raw, scale, offset);
-        if (count == 0)
-            rawNewest = raw;
+        const double value = scaled(rawOfFrame(f), scale, offset);
         range.take(value);
         x[count] = frameTime(f.timestamp, timestampStart, frequency);
         y[count] = value;
         ++count;
+    }
+    // The newest sample's raw value, found again rather than kept in the loop.
+    double rawNewest = 0.0;
+    for (unsigned k = 0; k < n && count > 0; ++k) {
+        if (holds(frames[n - 1 - k])) {
+            rawNewest = rawOfFrame(frames[n - 1 - k]);
+            break;
+        }
     }
     return {range.lowest, range.highest, rawNewest, count};
 }

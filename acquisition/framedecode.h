@@ -60,8 +60,9 @@ public:
     explicit constexpr FrameFit(const ValueLayout& layout)
         : needed(neededFor(layout)),
           muxed(needed != never && layout.bitLayout.has_value() && layout.bitLayout->multiplexed),
-          mux(muxed ? BitExtractor(layout.bitLayout->muxField) : BitExtractor()),
-          muxValue(muxed ? layout.bitLayout->muxValue : 0)
+          muxMotorola(muxed && layout.bitLayout->muxField.motorola),
+          muxMask(muxed ? placed(BitExtractor(layout.bitLayout->muxField).fieldMask(), layout) : 0),
+          muxBits(muxed ? placed(layout.bitLayout->muxValue, layout) : 0)
     {}
 
     constexpr bool operator()(uint8_t lenByte) const
@@ -75,7 +76,11 @@ public:
     // data8 must hold 8 readable bytes (those beyond the length are not looked at).
     bool holds(uint8_t lenByte, const uint8_t* data8) const
     {
-        return (*this)(lenByte) && (!muxed || mux.extract(data8) == muxValue);
+        if (!(*this)(lenByte))
+            return false;
+        // The switch is compared where it stands in the frame word.
+        return !muxed ||
+               ((muxMotorola ? frameWord<true>(data8) : frameWord<false>(data8)) & muxMask) == muxBits;
     }
 
     // Whether any frame at all can hold the value.
@@ -105,10 +110,17 @@ private:
                    : never;
     }
 
+    // Bits of the switch's width moved to where the switch stands.
+    static constexpr uint64_t placed(uint64_t bits, const ValueLayout& layout)
+    {
+        return bits << BitExtractor(layout.bitLayout->muxField).lowBit();
+    }
+
     unsigned needed;
     bool muxed;
-    BitExtractor mux;
-    uint64_t muxValue;
+    bool muxMotorola;
+    uint64_t muxMask;
+    uint64_t muxBits;
 };
 
 inline bool fitsFrame(const ValueLayout& layout, uint8_t lenByte)
