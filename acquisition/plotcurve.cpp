@@ -105,12 +105,14 @@ bool PlotCurve::decodeFrame(const TessFrameT& frame, bool checkOnly, double* val
 
 void PlotCurve::appendFrames(const TessFrameT* frames, int n)
 {
-    // The same test as decodeFrame(frame, true, ...), made once per batch.
+    // The same test as decodeFrame(frame, true, ...), made once per batch; it
+    // turns away the frames of other multiplexer values too, so that they
+    // never become samples.
     const FrameFit fits(valueLayout());
     ring.appendIf(frames, n, [&fits](const TessFrameT& frame) {
         if (frame.lost != 0)
             qDebug("LOST: %d\n", static_cast<int>(frame.lost));
-        return fits(frame.len);
+        return fits(frame);
     });
 }
 

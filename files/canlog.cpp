@@ -310,14 +310,29 @@ CanLog readCanLog(CanLogForm form, QIODevice* device, const ProgressScale& scale
 }
 
 bool decodeSamples(const CanLog& log, uint32_t id, const ValueLayout& layout, double* x, double* y,
-                   IFImportProgress* progress)
+                   IFImportProgress* progress, int* samples)
 {
+    if (samples)
+        *samples = 0;
     const auto it = log.framesById.constFind(id);
     if (it == log.framesById.cend())
         return true;
     const std::vector<uint32_t>& positions = *it;
     const int64_t n = int64_t(positions.size());
+    // A bit layout keeps only the frames that hold its value: count them
+    // first, so that the newest lands at sample 1.
+    const FrameFit fits(layout);
+    const bool skipMisfits = layout.bitLayout.has_value();
+    int64_t m = n;
+    if (skipMisfits) {
+        m = 0;
+        for (const uint32_t position : positions)
+            m += fits(log.frames[position].frame) ? 1 : 0;
+    }
+    if (samples)
+        *samples = int(m);
     const int64_t step = progressScale(n).step;
+    int64_t next = m;
     for (int64_t i = 0; i < n; ++i) {
         if (progress && i % step == 0 && !progress->showStep(int(i / step)))
             return false;
@@ -326,9 +341,11 @@ bool decodeSamples(const CanLog& log, uint32_t id, const ValueLayout& layout, do
         // frame too short for the value.
         double value = 0.0;
         double raw = 0.0;
-        decodeValue(layout, imported.frame, false, &value, &raw);
-        x[n - i] = imported.time;
-        y[n - i] = value;
+        if (!decodeValue(layout, imported.frame, false, &value, &raw) && skipMisfits)
+            continue;
+        x[next] = imported.time;
+        y[next] = value;
+        --next;
     }
     return true;
 }

@@ -87,11 +87,13 @@ CanLog readCanLog(CanLogForm form, QIODevice* device, const ProgressScale& scale
 
 // Decodes the n frames of id into the samples 1 to n of x and y, newest
 // first: sample n - i comes from the i-th frame in file order, at its time.
-// A frame that doesn't hold the value gives 0, a remote frame too. Progress
-// is shown whenever i is a multiple of the scale's step (the scale of n).
-// Returns false when the user asked to stop; the samples are then partly
-// written.
+// A frame that doesn't hold the value gives 0, a remote frame too. With a bit
+// layout such frames (and those of another multiplexer value) give no sample:
+// the m frames that hold the value fill samples 1 to m, newest first. The
+// number of samples goes to *samples when given. Progress is shown whenever i
+// is a multiple of the scale's step (the scale of n). Returns false when the
+// user asked to stop; the samples are then partly written.
 bool decodeSamples(const CanLog& log, uint32_t id, const ValueLayout& layout, double* x, double* y,
-                   IFImportProgress* progress);
+                   IFImportProgress* progress, int* samples = nullptr);
 
 #endif // CANLOG_H
