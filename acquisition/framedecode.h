@@ -32,7 +32,7 @@ struct ValueLayout
     int mask = 0xFF;   // only the low 8 bits count, and only for the 8-bit types
     double scale = 1.0;
     double offset = 0.0;
-    std::optional<BitLayout> bitLayout;
+    std::optional<BitLayout> bitLayout = std::nullopt; // set for rows described bit by bit
 };
 
 // Size in bytes of a data type, 0 for an unknown one.
