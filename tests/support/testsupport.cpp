@@ -6,13 +6,11 @@
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QDir>
 #include <QFile>
 #include <QFileDialog>
 #include <QLineEdit>
-#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
-#include <QTest>
 
 #include <unistd.h>
 
@@ -59,16 +57,6 @@ void ModalAnswerer::poll()
         timer.stop();
 }
 
-namespace {
-
-QTemporaryDir& testDirectory()
-{
-    static QTemporaryDir directory;
-    return directory;
-}
-
-} // namespace
-
 void answerFileDialog(QFileDialog* dialog, int mode, const QString& path, QStringList* seen)
 {
     *seen << dialog->windowTitle() << dialog->nameFilters().join(QLatin1Char(';')) << QString::number(mode);
@@ -82,7 +70,8 @@ void answerFileDialog(QFileDialog* dialog, int mode, const QString& path, QStrin
 
 QString temporaryPath(const QString& name)
 {
-    return QDir(testDirectory().path()).filePath(name);
+    static QTemporaryDir directory;
+    return directory.filePath(name);
 }
 
 void useDriverConfig(const QString& text)

@@ -1,20 +1,15 @@
 #ifndef TESTSUPPORT_H
 #define TESTSUPPORT_H
 
-#include <QByteArray>
 #include <QMessageBox>
-#include <QObject>
 #include <QStringList>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include <functional>
 #include <memory>
 
-class VistrelMainWindow;
-
 class QFileDialog;
-class QWidget;
+class VistrelMainWindow;
 
 namespace TestSupport {
 
@@ -56,7 +51,7 @@ void answerFileDialog(QFileDialog* dialog, int mode, const QString& path, QStrin
 // file lives in a temporary directory for the rest of the process.
 void useDriverConfig(const QString& text);
 
-// A directory of the test's own, removed when the process ends.
+// A path in a directory of the test's own, removed when the process ends.
 QString temporaryPath(const QString& name);
 
 // Runs `call` with stderr going into a file and returns what was written.

@@ -1,0 +1,450 @@
+// The file formats on their own, against bytes laid out here apart from
+// the codecs: data files (written and read, all three versions, damaged
+// ones), the recorder's logs (read) and project documents (written ones
+// read back by QXmlStreamReader, hand-written ones read).
+#include "canlog.h"
+#include "datafile.h"
+#include "projectfile.h"
+
+#include <QBuffer>
+#include <QtTest>
+#include <QXmlStreamReader>
+
+#include <climits>
+#include <cstring>
+#include <ctime>
+#include <vector>
+
+namespace {
+
+// Little-endian fields appended in file order; text fields of 256 bytes.
+struct Bytes
+{
+    Bytes& n(quint64 value, int size = 4)
+    {
+        for (int i = 0; i < size; ++i)
+            data += char(i < 8 ? value >> (8 * i) : 0);
+        return *this;
+    }
+    Bytes& f(const QVector<double>& values)
+    {
+        for (const double value : values) {
+            quint64 bits = 0;
+            std::memcpy(&bits, &value, sizeof bits);
+            n(bits, 8);
+        }
+        return *this;
+    }
+    Bytes& t(const QString& text)
+    {
+        data += text.toLatin1().left(255).leftJustified(256, '\0');
+        return *this;
+    }
+    QByteArray data;
+};
+
+QByteArray header(qint32 size, qint32 type = 0)
+{
+    Bytes b;
+    b.n(type).n(size).f({12345678.125, 2.75});
+    if (size != 24)
+        b.n(4000000000u).n(2); // plot size, two curves
+    if (size == 96)            // min, max, step, visible, then grid and six zeros
+        b.f({-50, 250, 25}).n(1, 1).n(0, 7).f({-1.5, 3.25, 0.25}).n(0, 1).n(1, 7);
+    return b.data;
+}
+
+// A record and the points behind it, x then y.
+QByteArray curve(const DataCurveRecord& r, const QVector<double>& xy = {})
+{
+    Bytes b;
+    b.n(0).n(1096).t(r.color).t(r.name).n(r.net).n(r.baud).n(r.id).n(r.pos).n(r.dataType).n(r.mask);
+    b.n(r.byteOrder).n(0).f({r.scale, r.offset}).t(r.unit).n(r.style).n(r.enable).n(r.pointCount).n(r.flags);
+    return b.f({r.valueMin, r.valueMax, r.rawValueMin, r.rawValueMax}).n(r.axis).n(0, 220).f(xy).data;
+}
+
+QByteArray curveV1(const DataCurveRecordV1& r, const QVector<double>& xy = {})
+{
+    Bytes b;
+    b.n(r.recordType).n(r.recordSize).n(0, 16).t(r.color).t(r.name).n(r.net).n(r.baud).n(r.id).n(r.pos);
+    return b.n(r.dataType)
+        .n(r.byteOrder)
+        .f({r.scale, r.offset})
+        .t(r.unit)
+        .n(r.style)
+        .n(r.pointCount)
+        .f(xy)
+        .data;
+}
+
+// Neighbouring int fields differ, so that a field read from its
+// neighbour's offset shows. A name of 256 bytes is cut to 255.
+// clang-format off
+DataCurveRecord speed(int flags = 1, int pointCount = 4)
+{
+    return {0, 1096, "#ff8000", "Speed", 3, 4, 0x123, 5, 6, 255, 1, 0.00305, -0.75, "km/h", 2, 0, pointCount,
+            flags, -100, 100.5, -32768.0, 32767.0, 1};
+}
+DataCurveRecord btr(int flags = 1)
+{
+    return {0, 1096, "#010203", QString(256, 'N'), 255, qint32(0x8000001Cu), 0x38FEF100, 8, 7, 15, 0, 1e-300,
+            -1e300, "", 1, 1, 1, flags, -1.5, 3.25, 0.0, 1.0, 0};
+}
+DataCurveRecordV1 rpm(qint32 recordSize = 840 + 48, quint32 pointCount = 3)
+{
+    return {7, recordSize, "#00ff00", "Rpm", 1, qint32(0x8000FFFFu), 0x20000100, 3, 4, 1, 0.5, 10, "1/min", 2,
+            pointCount};
+}
+const QVector<double> speedPoints{2.5, 2.5, 2.0, 1.0, -0.917, -0.917, 0.61, 0.3};
+const QVector<double> rpmPoints{3, 2, 1, 30, 20, 10};
+// clang-format on
+
+// Lines of the text form, "number time ms id letters length data" each,
+// separated by "/", "_" for an empty field and the data bytes as "34,12".
+QByteArray lines(const QString& entries)
+{
+    QByteArray text;
+    for (const QString& line : entries.split('/')) {
+        const QStringList f = line.simplified().replace('_', "").split(' ');
+        const QStringList data = f.value(6).split(',');
+        QStringList fields{f[0], "Rx",       f.value(1), f.value(2), "",
+                           "",   f.value(3), "",         f.value(4), f.value(5)};
+        for (int i = 0; i < 8; ++i)
+            fields << data.value(i);
+        text += fields.join('\t').toLatin1() + '\n';
+    }
+    return text;
+}
+
+// A record of the binary form, 38 bytes; kind 0 is a frame, any other kind
+// has its total length where a frame has its seconds.
+QByteArray rec(uint32_t seconds, uint16_t ms, uint32_t id, const QByteArray& data = {}, uint16_t us = 0,
+               uint16_t flags = 0, uint16_t kind = 0)
+{
+    Bytes b;
+    b.n(kind, 2).n(seconds).n(ms, 2).n(us, 2).n(flags, 2).n(0, 10).n(id).n(quint64(data.size()), 4);
+    return (b.data + data).leftJustified(38, '\0');
+}
+
+// 2023-01-19 17:18:59 UTC: 22:18:59 in the zone of the test, five hours
+// ahead of UTC without summer time, so that midnight is neither UTC's nor
+// the machine's.
+constexpr uint32_t sec = 1674148739;
+constexpr double daySeconds = 22 * 3600 + 18 * 60 + 59;
+
+// Every element as "name{key=value,...}", attributes sorted.
+QStringList elements(const QByteArray& bytes)
+{
+    QStringList found;
+    for (QXmlStreamReader reader(bytes); !reader.atEnd();) {
+        if (reader.readNext() == QXmlStreamReader::StartElement) {
+            QStringList pairs;
+            for (const QXmlStreamAttribute& a : reader.attributes())
+                pairs << a.name().toString() + '=' + a.value().toString();
+            pairs.sort();
+            found << reader.name().toString() + '{' + pairs.join(',') + '}';
+        }
+    }
+    return found;
+}
+
+// "G<position>{key=value,...}" for a curve, "A<entry>@<position>:min,max,
+// step,show,grid" for an axis.
+QStringList summary(const ProjectReadResult& result)
+{
+    QStringList lines{QStringLiteral("status %1").arg(result.status)};
+    for (const ProjectElement& e : result.elements) {
+        QStringList pairs;
+        for (auto it = e.graph.attributes.cbegin(); it != e.graph.attributes.cend(); ++it)
+            pairs << it.key() + '=' + it.value();
+        const ValueAxisSettings& a = e.axis;
+        lines << (e.kind == ProjectElement::Graph
+                      ? QString("G%1{%2}").arg(e.position).arg(pairs.join(','))
+                      : QString::asprintf("A%d@%d:%g,%g,%g,%d,%d", e.axisIndex, e.position, a.min, a.max,
+                                          a.step, a.visible, a.grid));
+    }
+    return lines;
+}
+
+} // namespace
+
+class TestFileFormats : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void dataWriter();
+    void dataReader_data();
+    void dataReader();
+    void logs_data();
+    void logs();
+    void projectWriter();
+    void projectReader_data();
+    void projectReader();
+};
+
+void TestFileFormats::initTestCase()
+{
+    qputenv("TZ", "XST-5");
+    tzset();
+    const time_t when = sec;
+    struct tm local = {};
+    QVERIFY(localtime_r(&when, &local) && local.tm_hour == 22); // or the midnight rows test nothing
+}
+
+void TestFileFormats::dataWriter()
+{
+    QBuffer out;
+    QVERIFY(out.open(QIODevice::WriteOnly));
+    DataFileHeader head{0, 96, 12345678.125, 2.75, 4000000000u, 2, {}};
+    head.axes = {DataAxisRecord::from({-50, 250, 25, true, false}),
+                 DataAxisRecord::from({-1.5, 3.25, 0.25, false, true})};
+    QVERIFY(writeDataHeader(out, head));
+    QVERIFY(writeDataCurveRecord(out, speed()));
+    QVERIFY(writeDataPoints(out, speedPoints.constData(), speedPoints.constData() + 4, 4));
+    QVERIFY(writeDataCurveRecord(out, btr()));
+    QVERIFY(writeDataPoints(out, &speedPoints[3], &speedPoints[7], 1));
+    const QByteArray expected = header(96) + curve(speed(), speedPoints) + curve(btr(), {1.0, 0.3});
+    QCOMPARE(expected.size(), 96 + 2 * 1096 + 16 * 5);
+    QCOMPARE(out.data().toHex(), expected.toHex());
+}
+
+// Whole files of the three versions, damaged ones, and refused headers. A
+// record read is compared as the writer encodes it (writer() shows that
+// these are the bytes laid out here), followed by the points read.
+void TestFileFormats::dataReader_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QString>("header");
+    QTest::addColumn<QList<QByteArray>>("curves");
+    QTest::addColumn<bool>("damaged");
+
+    using Curves = QList<QByteArray>;
+    const QByteArray whole = header(96) + curve(speed(), speedPoints) + curve(btr(), {0, 0});
+    const QByteArray middle = header(32) + curve(speed(0), speedPoints) + curve(btr(0), {0, 0});
+    // Arrays longer than the point count, of which the first points count;
+    // a size that rounds down to three doubles per array under a point
+    // count of nine. Three bytes behind them are no record.
+    const Curves rpms{curveV1(rpm(840 + 80, 2), {9, 8, 7, 6, 5, 90, 80, 70, 60, 50}),
+                      curveV1(rpm(840 + 63, 9), rpmPoints)};
+    QTest::newRow("current") << whole << "ok" << Curves{curve(speed(), speedPoints), curve(btr(), {0, 0})}
+                             << false;
+    QTest::newRow("middle, ranges not valid")
+        << middle << "ok" << Curves{middle.mid(32, 1160), middle.mid(1192)} << false;
+    QTest::newRow("oldest") << header(24) + rpms[0] + rpms[1] + "pad"
+                            << "ok" << Curves{curveV1(rpm(840 + 80, 2), {9, 8, 90, 80}), rpms[1]} << true;
+    // The count in the header isn't trusted: records end where the file does.
+    QTest::newRow("y lacks its last byte")
+        << whole.left(96 + 1096 + 63) << "ok" << Curves{curve(speed(), {2.5, 2.5, 2, -0.917, -0.917, 0.61})}
+        << true;
+    QTest::newRow("pointCount INT_MAX") << header(96) + curve(speed(1, INT_MAX), speedPoints) << "ok"
+                                        << Curves{curve(speed(1, INT_MAX))} << true;
+    QTest::newRow("negative pointCount, then a record")
+        << header(96) + curve(speed(1, -5)) + curve(btr(), {0, 0}) << "ok"
+        << Curves{curve(speed(1, -5)), curve(btr(), {0, 0})} << true;
+    QTest::newRow("oldest: record size INT_MAX")
+        << header(24) + curveV1(rpm(INT_MAX), rpmPoints) << "ok" << Curves{curveV1(rpm(INT_MAX))} << true;
+    QTest::newRow("empty file: type -1") << QByteArray() << "type -1" << Curves() << true;
+    QTest::newRow("size 95") << header(95) << "size 95" << Curves() << false;
+    QTest::newRow("type 3") << header(96, 3) << "type 3" << Curves() << false;
+}
+
+void TestFileFormats::dataReader()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(QString, header);
+    QFETCH(QList<QByteArray>, curves);
+    QFETCH(bool, damaged);
+
+    QBuffer in(&file);
+    QVERIFY(in.open(QIODevice::ReadOnly));
+    DataFileReader reader(in);
+    const DataHeaderResult head = reader.readHeader();
+    const bool ok = head.status == DataHeaderResult::Ok;
+    QCOMPARE(ok ? "ok"
+                : QString("%1 %2")
+                      .arg(head.status == DataHeaderResult::WrongType ? "type" : "size")
+                      .arg(head.found),
+             header);
+    const bool oldest = head.version == DataFileVersion::Oldest;
+    const int size = oldest ? 24 : qMin(file.size(), int(head.header.headerSize));
+    if (ok) {
+        QCOMPARE(encodeDataHeader(head.header).left(size).toHex(), file.left(size).toHex());
+        QCOMPARE(head.hasAxes, size == 96);
+    }
+
+    QList<QByteArray> got;
+    DataCurveRecord current;
+    DataCurveRecordV1 old;
+    while (ok && got.size() < 5 &&
+           (oldest ? reader.readCurveRecordV1(old) : reader.readCurveRecord(current))) {
+        // Buffers of the promised size, and one element that stays as it is.
+        const int n = reader.points();
+        std::vector<double> x(size_t(n) + 1, -7.0), y(size_t(n) + 1, -7.0);
+        reader.readPoints(x.data(), y.data(), n);
+        QCOMPARE(x[size_t(n)] + y[size_t(n)], -14.0);
+        const QVector<double> points =
+            QVector<double>(x.begin(), x.begin() + n) + QVector<double>(y.begin(), y.begin() + n);
+        got << (oldest ? encodeDataCurveRecordV1(old) : encodeDataCurveRecord(current)) +
+                   Bytes().f(points).data;
+    }
+    QCOMPARE(got.size(), curves.size());
+    for (int i = 0; i < got.size(); ++i)
+        QCOMPARE(got[i].toHex(), curves[i].toHex());
+    QCOMPARE(reader.damaged(), damaged);
+}
+
+// Both forms: the frames in file order, the origin (-1: none) and the time
+// of the last frame.
+void TestFileFormats::logs_data()
+{
+    QTest::addColumn<bool>("binary");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("frames"); // "id/len/data@time", data without its trailing zeros
+    QTest::addColumn<double>("origin");
+
+    const QString d8 = "11,22,33,44,55,66,77,88";
+    const QByteArray data = QByteArray::fromHex("0102030405060708");
+    QTest::newRow("text: heading, then frames")
+        << false
+        << "Trace\nNo\tTime\n" + lines("1 10:00:00 250 256 _ 2 34,12 / "
+                                       "2 10:00:01 0.5 1 _ 8 " +
+                                       d8)
+        << "100/2/3412@0 1/8/1122334455667788@0.7505" << 36000.25;
+    QTest::newRow("text: blank line in the heading")
+        << false << "Trace\n\n" + lines("1 10:00:00 0 5 _ 0") << "" << -1.0;
+    QTest::newRow("text: CRLF, a blank line ends the log")
+        << false
+        << QByteArray(lines("1 00:00:02 0 7 _ 1 0A") + '\n' + lines("2 00:00:03 0 7 _ 1 0B"))
+               .replace("\n", "\r\n")
+        << "7/1/0a@0" << 2.0;
+    QTest::newRow("text: midnight") << false
+                                    << lines(
+                                           "1 23:59:59 500 1 _ 0 / 2 00:00:00 250 1 _ 0 / 3 00:00:00 0 1 _ 0")
+                                    << "1/0/@0 1/0/@0.75 1/0/@86400.5" << 86399.5;
+    QTest::newRow("text: 29-bit, remote")
+        << false << lines("1 01:00:00 0 1000 RL 8 " + d8 + " / 2 01:00:00 1 1000 L 3 " + d8)
+        << "200003e8/10/1122334455667788@0 200003e8/3/1122334455667788@0.001" << 3600.0;
+    // A line without milliseconds is passed over; an error line is no
+    // frame, but the first one sets the origin.
+    QTest::newRow("text: error lines")
+        << false
+        << lines("1 09:00:00 x / 2 10:00:00 0 9 E 1 01 / 3 10:00:02 0 9 _ 1 02 / "
+                 "4 10:00:03 0 9 E 1 03")
+        << "9/1/02@2" << 36000.0;
+    QTest::newRow("text: no numbers, lengths beyond 0 to 8")
+        << false
+        << lines("1 10:00:00 0 abc _ x zz,,7 / "
+                 "2 10:00:00 0 3 _ 12 " +
+                 d8 + " / 3 10:00:00 0 3 _ -1 " + d8)
+        << "0/0/000007@0 3/8/1122334455667788@0 3/0/1122334455667788@0" << 36000.0;
+    QTest::newRow("binary: two frames")
+        << true << rec(sec, 250, 0x123, data) + rec(sec + 2, 5, 0x20000456, data.left(2))
+        << "123/8/0102030405060708@0 20000456/2/0102@1.755" << daySeconds + 0.25;
+    // Lengths of 38 and less end with the 38 bytes; 10000 is skipped, 10001
+    // ends the log, as does a record cut short.
+    QTest::newRow("binary: records of other kinds")
+        << true
+        << rec(50, 0, 0, {}, 0, 0, 3) + QByteArray(12, 0) + rec(20, 0, 0, {}, 0, 0, 1) +
+               rec(10000, 0, 0, {}, 0, 0, 0xFFFF) + QByteArray(9962, 0) + rec(sec, 0, 7, data) +
+               rec(10001, 0, 0, {}, 0, 0, 2) + rec(sec, 1, 7, data)
+        << "7/8/0102030405060708@0" << daySeconds;
+    QTest::newRow("binary: cut short")
+        << true << rec(sec, 0, 1) + rec(sec, 7, 2).left(37) << "1/0/@0" << daySeconds;
+    // Bit 30 marks no bus frame: it neither counts nor sets the origin.
+    QTest::newRow("binary: bit 30") << true
+                                    << rec(sec - 100, 0, 0x40000001) + rec(sec, 0, 1) +
+                                           rec(sec + 1, 0, 0x60000001)
+                                    << "1/0/@0" << daySeconds;
+    QTest::newRow("binary: microseconds with flag bit 15")
+        << true
+        << rec(sec, 0, 1) + rec(sec, 1, 1, {}, 500, 0x7FFF) + rec(sec, 2, 1, {}, uint16_t(-250), 0x8001)
+        << "1/0/@0 1/0/@0.001 1/0/@0.00175" << daySeconds;
+    // Two hours on is past the local midnight; a second back is the next day.
+    QTest::newRow("binary: past midnight, clock set back")
+        << true << rec(sec, 0, 1) + rec(sec + 7200, 0, 1) + rec(sec + 7199, 0, 1)
+        << "1/0/@0 1/0/@7200 1/0/@93599" << daySeconds;
+}
+
+void TestFileFormats::logs()
+{
+    QFETCH(bool, binary);
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, frames);
+    QFETCH(double, origin);
+
+    QBuffer buffer(&bytes);
+    QVERIFY(buffer.open(QIODevice::ReadOnly));
+    const CanLog log = readCanLog(binary ? CanLogForm::Binary : CanLogForm::Text, &buffer,
+                                  progressScale(bytes.size()), nullptr);
+    QStringList got;
+    for (const ImportFrame& f : log.frames) {
+        QByteArray data(reinterpret_cast<const char*>(f.frame.data), 8);
+        while (data.endsWith('\0'))
+            data.chop(1);
+        got << QString::asprintf("%x/%x/%s@%.9g", f.frame.id, f.frame.len, data.toHex().constData(), f.time);
+    }
+    QCOMPARE(got.join(' '), frames);
+    QCOMPARE(log.hasOrigin ? log.timeOrigin : -1.0, origin);
+    QCOMPARE(QString::number(log.lastTime, 'g', 9), frames.isEmpty() ? "0" : frames.section('@', -1));
+}
+
+void TestFileFormats::projectWriter()
+{
+    ProjectGraph graph;
+    graph.attributes = {
+        {"name", "Rpm \"1\" <&>"}, {"baud", "-2147483620"}, {"netstr", "3: BETA"}, {"calc", ""}};
+    QBuffer buffer;
+    QVERIFY(writeProjectDocument(
+        buildProjectDocument("/p/demo.vtlprj", "Wed May 20 03:40:13 1998", {graph, {}},
+                             {{-100, 100, 10, true, true}, {0.1, 1e21, 0.5, false, false}}),
+        &buffer));
+    QCOMPARE(elements(buffer.data()),
+             (QStringList{"Vistrel{datetime=Wed May 20 03:40:13 1998,file=/p/demo.vtlprj}",
+                          "Graph0{baud=-2147483620,calc=,name=Rpm \"1\" <&>,netstr=3: BETA}", "Graph1{}",
+                          "CustomAxis{Grid=1,Max=100,Min=-100,Show=1,Step=10}",
+                          "CustomAxis1{Grid=0,Max=1e+21,Min=0.10000000000000001,Show=0,Step=0.5}"}));
+    // No declaration; one space of indent a level.
+    QVERIFY2(buffer.data().startsWith("<Vistrel ") && buffer.data().contains("\n <Graph0 "), buffer.data());
+    QCOMPARE(summary(readProjectDocument(&buffer)).mid(1, 3),
+             (QStringList{"G0{baud=-2147483620,calc=,name=Rpm \"1\" <&>,netstr=3: BETA}",
+                          "A0@2:-100,100,10,1,1", "A1@3:0.1,1e+21,0.5,0,0"}));
+}
+
+void TestFileFormats::projectReader_data()
+{
+    QTest::addColumn<QByteArray>("xml");
+    QTest::addColumn<QStringList>("expected");
+
+    // Only the position counts, not the number in the name or the root's
+    // name; elements without attributes, others and comments are skipped
+    // but counted; names are compared case-sensitively.
+    QTest::newRow("positions") << QByteArray(
+                                      "<Other v=\"9\"><Info a=\"1\"/><!-- x --><Graph7 name=\"a\"/><Graph/>"
+                                      "<graph1 name=\"c\"/><GraphXY name=\"b\"><Graph0 name=\"x\"/></GraphXY>"
+                                      "</Other>")
+                               << QStringList{"status 0", "G2{name=a}", "G5{name=b}"};
+    // Booleans above 0 are true; numbers in the C locale's form, else 0.
+    QTest::newRow("axes")
+        << QByteArray("<V><CustomAxis7 Min=\"-1e3\" Max=\"2.5E2\" Step=\"1,5\" Show=\"7\" Grid=\"-1\"/>"
+                      "<CustomAxis Show=\"yes\" Grid=\"1\"/><customaxis Min=\"1\"/></V>")
+        << QStringList{"status 0", "A1@0:-1000,250,0,1,0", "A0@1:0,0,0,0,1"};
+    QTest::newRow("UTF-8 without declaration")
+        << QByteArray("<V><Graph0 name=\"\xc3\xa9t\xc3\xa9\"/></V>")
+        << QStringList{"status 0", QString::fromUtf8("G0{name=\xc3\xa9t\xc3\xa9}")};
+    QTest::newRow("unclosed root") << QByteArray("<Vistrel><Graph0 name=\"a\"/>")
+                                   << QStringList{
+                                          QStringLiteral("status %1").arg(ProjectReadResult::ParseFailed)};
+}
+
+void TestFileFormats::projectReader()
+{
+    QFETCH(QByteArray, xml);
+    QFETCH(QStringList, expected);
+    QBuffer buffer(&xml);
+    QCOMPARE(summary(readProjectDocument(&buffer)), expected);
+}
+
+QTEST_GUILESS_MAIN(TestFileFormats)
+#include "tst_fileformats.moc"

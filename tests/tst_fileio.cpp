@@ -1,0 +1,686 @@
+// Project files, data files, the import of recorder logs, the command line,
+// the settings file and the options dialog through the main window. Input
+// files are made with the codecs (logs, which the program only reads, by
+// hand); what is checked is what the window makes of them: rows and cells,
+// questions and messages, file names, the mode, the settings in force.
+#include "datafile.h"
+#include "dataplot.h"
+#include "formstatusbar_resourcesreparent.h"
+#include "mformconfig.h"
+#include "plotcurve.h"
+#include "projectfile.h"
+#include "qcombotablesupportitem.h"
+#include "qlabelcompat.h"
+#include "settingsfile.h"
+#include "tableplotconfig.h"
+#include "tableplotdescription.h"
+#include "testsupport.h"
+#include "vistrelmainwindow.h"
+#include "wallclock.h"
+
+#include <qwt_plot_curve.h>
+#include <qwt_plot_grid.h>
+#include <qwt_plot_picker.h>
+
+#include <QColorDialog>
+#include <QFileDialog>
+#include <QtTest>
+#include <QXmlStreamReader>
+
+using TestSupport::ModalAnswerer;
+using Buttons = QList<int>;
+
+namespace {
+
+// The Net list: entry 0 is net 0, entry 1 net 1, entry 2 net 3.
+std::unique_ptr<VistrelMainWindow> makeWindow()
+{
+    TestSupport::useDriverConfig(
+        "net 0 virtual name=A features=Fc,2b\nnet 1 virtual\nnet 3 virtual name=C\n");
+    return std::make_unique<VistrelMainWindow>();
+}
+
+QComboBox* combo(TablePlotConfig& c, int row, int col)
+{
+    QTableWidgetItem* item = c.item(row, col);
+    return item && item->type() == QComboTableSupportItem::Type ? c.comboSave(row, col)->comboBox : nullptr;
+}
+
+// A row added as a user adds it, its cells set in the order given as
+// "key=value" with the keys of the project file; a combo box by its index,
+// so that the edit rules follow.
+void addRow(VistrelMainWindow& w, const QString& cells)
+{
+    TablePlotConfig& c = *w.tableConfig;
+    c.setCurrentCell(c.rowCount() - 1, c.ColName);
+    w.projectAddCurve();
+    const int row = c.currentRow();
+    for (const QString& cell : cells.split(' ')) {
+        const QString key = cell.section('=', 0, 0);
+        const int n = cell.section('=', 1).toInt();
+        int col = c.ColName;
+        while (col < c.ColumnCount && c.columnInfo(col).key != key)
+            ++col;
+        if (key == "enable")
+            w.tableDescription->setCurveEnabled(row, n);
+        else if (key == "style")
+            w.tableDescription->setCurveStyleIndex(row, n);
+        else if (col == c.Col29Bit)
+            c.set29Bit(row, n);
+        else if (combo(c, row, col))
+            combo(c, row, col)->setCurrentIndex(n);
+        else
+            c.setCellText(row, col, cell.section('=', 1));
+    }
+}
+
+// The cells of a row by the same keys, then En, Style and Cnt.
+QString cells(VistrelMainWindow& w, int row)
+{
+    TablePlotConfig& c = *w.tableConfig;
+    TablePlotDescription& d = *w.tableDescription;
+    QString text;
+    for (int col = c.ColName; col <= c.ColValueMax; ++col) {
+        QComboBox* box = combo(c, row, col);
+        text += c.columnInfo(col).key + '=' +
+                (col == c.Col29Bit ? QString::number(c.is29Bit(row))
+                 : box             ? QString::number(box->currentIndex())
+                                   : c.cellText(row, col)) +
+                ' ';
+    }
+    return text + QString::asprintf("en=%d style=%d cnt=", d.curveEnabled(row), d.curveStyle(row)) +
+           d.text(row, d.ColCount);
+}
+
+// What a failed or declined step must leave alone.
+QString state(VistrelMainWindow& w)
+{
+    QStringList rows;
+    for (int row = 0; row < w.tableConfig->rowCount(); ++row)
+        rows << w.tableConfig->curveName(row);
+    const ValueAxisSettings &l = *w.axisSettings[0], &r = *w.axisSettings[1];
+    return QString("rows=%1 curves=%2 prj=%3 dat=%4 mode=%5 ")
+               .arg(rows.join(','))
+               .arg(w.curves.size())
+               .arg(QFileInfo(w.currentProjectFileName()).fileName(),
+                    QFileInfo(w.currentDataFileName()).fileName(),
+                    w.statusBarLabels()->textLabelMode->text()) +
+           QString::asprintf("size=%u axes=%g,%g,%g,%d,%d %g,%g,%g,%d,%d", w.plotSize, l.min, l.max, l.step,
+                             l.visible, l.grid, r.min, r.max, r.step, r.visible, r.grid);
+}
+
+const QString defaultSizeAndAxes = "size=5000 axes=-100,100,10,1,1 0,100,10,0,0";
+
+QVector<double> pointsOf(const PlotCurve& curve)
+{
+    const double *x = curve.xValues.get(), *y = curve.yValues.get();
+    return QVector<double>(x, x + curve.pointCount()) + QVector<double>(y, y + curve.pointCount());
+}
+
+// Writes bytes to path, a bare name going to the test's directory.
+QString writeFile(QString path, const QByteArray& bytes)
+{
+    path = QFileInfo(path).isAbsolute() ? path : TestSupport::temporaryPath(path);
+    QFile file(path);
+    const bool written = QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
+                         file.write(bytes) == bytes.size();
+    return written ? path : QString();
+}
+
+// A data file, made with the codec, of one curve "big" of 6000 points; of
+// the oldest version for plot size 0.
+QByteArray bigDataFile(quint32 plotSize)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    const QVector<double> xy(6000, 1.5);
+    if (plotSize) {
+        writeDataHeader(buffer, {0, 96, 0.0, 1.0, plotSize, 1, {}});
+        writeDataCurveRecord(
+            buffer, {0, 1096, "", "big", 0, 0, 0, 1, 0, 0, 0, 1, 0, "", 0, 0, 6000, 1, 0, 0, 0, 0, 0});
+    } else {
+        buffer.write(
+            encodeDataHeaderV1({0, 24, 0.0, 1.0}) +
+            encodeDataCurveRecordV1({0, 840 + 96000, "", "big", 0, 0, 0, 1, 0, 0, 1, 0, "", 0, 6000}));
+    }
+    writeDataPoints(buffer, xy.constData(), xy.constData(), xy.size());
+    return buffer.data();
+}
+
+// The recorder's text form: a heading, then a line for each entry "time
+// ms id letters data", "_" for no letters, the data bytes as "12,ff".
+QByteArray logLines(const QStringList& lines)
+{
+    QString text = "Recorder trace\nNo\tDir\tTime\tms\n";
+    for (int i = 0; i < lines.size(); ++i) {
+        const QStringList f = lines[i].split(' ');
+        const QStringList data = f[4].split(',', Qt::SkipEmptyParts);
+        text += QString("%1\tRx\t%2\t%3\t\t\t%4\t\t%5\t%6")
+                    .arg(i + 1)
+                    .arg(f[0], f[1], f[2], f[3])
+                    .arg(data.size());
+        for (int b = 0; b < 8; ++b)
+            text += '\t' + data.value(b);
+        text += '\n';
+    }
+    return text.replace("\t_\t", "\t\t").toLatin1();
+}
+
+// Settings as "colours size= refresh= width= scroll= antialiasing=".
+QString describe(const Settings& s)
+{
+    return QString("%1 %2 %3 %4 ")
+               .arg(s.backgroundColor.name(), s.gridColor.name(), s.marker1Color.name(),
+                    s.marker2Color.name()) +
+           QString::asprintf("size=%u refresh=%u width=%d scroll=%d antialiasing=%d", s.plotSize,
+                             s.refreshTime, s.lineWidth, s.continuousScroll, s.antialiasing);
+}
+
+// The settings in force; the picker must follow marker 1.
+QString inForce(const VistrelMainWindow& w)
+{
+    const DataPlot& p = *w.plot;
+    return describe({p.canvasColor(), p.grid()->majorPen().color(), p.marker1Color(), p.marker2Color(),
+                     w.plotSize, w.refreshTime, w.lineWidth, w.continuousScroll, w.antialiasing}) +
+           (p.picker()->rubberBandPen().color() == p.marker1Color() ? "" : " picker differs");
+}
+
+// Every value differs from the defaults.
+const Settings custom{0x102030, 0x405060, 0x708090, 0xa0b0c0, 20000, 500, 3, false, true};
+
+QString settingsFile()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation) + "/vistrelsettings.xml";
+}
+
+// The settings file in the form of describe(), read apart from the codec.
+QString inFile()
+{
+    QFile file(settingsFile());
+    QXmlStreamReader xml(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
+    if (!xml.readNextStartElement())
+        return "unreadable";
+    const auto a = [&xml](const char* key) { return xml.attributes().value(key).toString(); };
+    return QString("%1 %2 %3 %4 size=%5 refresh=%6 width=%7 scroll=%8 antialiasing=%9")
+        .arg(a("BackgroundColor"), a("GridColor"), a("Marker1Color"), a("Marker2Color"), a("PlotSize"),
+             a("RefreshTime"), a("LineWidth"), a("ContinousScoll"), a("Antialiasing"));
+}
+
+QByteArray bytesOf(const Settings& settings)
+{
+    QBuffer buffer;
+    writeSettingsDocument(buildSettingsDocument(settings, "Mon Jan 6 08:00:00 2025"), &buffer);
+    return buffer.data();
+}
+
+// Opens the options dialog by its action, lets `action` work on it and
+// closes it with Cancel.
+MFormConfig* runOptions(VistrelMainWindow& w, const std::function<void(MFormConfig&)>& action)
+{
+    MFormConfig* dialog = nullptr;
+    const ModalAnswerer answer([&](QWidget* widget) {
+        dialog = qobject_cast<MFormConfig*>(widget);
+        action(*dialog);
+        dialog->buttonCancel->click();
+    });
+    w.projectOptionsAction->trigger();
+    return dialog;
+}
+
+} // namespace
+
+class TestFileIo : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void dataRoundTrip();
+    void projectRoundTrip();
+    void import();
+    void messages_data();
+    void messages();
+    void dialogs_data();
+    void dialogs();
+    void wallClockOverMidnight();
+    void settingsAtStart_data();
+    void settingsAtStart();
+    void optionsDialog();
+};
+
+void TestFileIo::initTestCase()
+{
+    QStandardPaths::setTestModeEnabled(true);
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    // A settings directory of this process's own, gone before each test.
+    QCoreApplication::setOrganizationName(QString("tst_fileio-%1").arg(QCoreApplication::applicationPid()));
+}
+
+void TestFileIo::init()
+{
+    QDir(QFileInfo(QFileInfo(settingsFile()).path()).path()).removeRecursively();
+}
+
+void TestFileIo::dataRoundTrip()
+{
+    const auto source = makeWindow();
+    addRow(*source, "name=Speed id=0x100 datatype=2 style=1");
+    addRow(*source,
+           "name=Level net=2 baud=14 btr01=1c id=0x18FEF100 Id29Bit=1 pos=2 datatype=1 mask=0x0F intmot=1 "
+           "axis=1 enable=0 style=2");
+    for (int row = 0; row < 2; ++row) {
+        PlotCurve& curve = *source->curves[row];
+        for (int i = 0; i < 3; ++i)
+            curve.xValues[size_t(i)] = 3 - i, curve.yValues[size_t(i)] = 10 * i + row;
+        curve.plotItem->setRawSamples(curve.xValues.get(), curve.yValues.get(), 3);
+    }
+    *source->axisSettings[1] = {-1.5, 3.25, 0.25, true, true};
+    source->setTimeOrigin(3600.25);
+    source->setRunTime(42.5);
+    const QString path = TestSupport::temporaryPath("round.vtldat");
+    source->writeDataFile(path);
+
+    // The net number rather than the list position, the 29-bit flag in the
+    // id, the numbers of the cells.
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    DataFileReader reader(file);
+    const DataFileHeader head = reader.readHeader().header;
+    QStringList records{
+        QString::asprintf("%g %g %u %d", head.timeOrigin, head.runTime, head.plotSize, head.curveCount)};
+    for (DataCurveRecord r; reader.readCurveRecord(r);)
+        records << QString::asprintf(
+            "net=%d baud=%d id=%x pos=%d type=%d mask=%d order=%d axis=%d en=%d style=%d "
+            "flags=%d n=%d",
+            r.net, r.baud, unsigned(r.id), r.pos, r.dataType, r.mask, r.byteOrder, r.axis, r.enable, r.style,
+            r.flags, r.pointCount);
+    QCOMPARE(records,
+             (QStringList{"3600.25 42.5 5000 2",
+                          "net=0 baud=0 id=100 pos=1 type=2 mask=255 order=0 axis=0 en=1 style=1 flags=1 n=3",
+                          "net=3 baud=-2147483620 id=38fef100 pos=3 type=1 mask=15 order=1 axis=1 en=0 "
+                          "style=2 flags=1 n=3"}));
+
+    // Opened from the command line behind another kind of file and before a
+    // project: Id and Mask come back in decimal; the net number is taken as
+    // a list position, 3 selecting none.
+    const auto w = makeWindow();
+    const ModalAnswerer noBox(QMessageBox::Ok);
+    w->openCommandLineFile({"x.vtlprj", "notes.txt", path, "other.vtlprj"});
+    QCOMPARE(noBox.texts(), QStringList());
+    QCOMPARE(state(*w),
+             "rows=Speed,Level curves=2 prj= dat=round.vtldat mode=OFFLINE - DATA size=5000 axes=-100,"
+             "100,10,1,1 -1.5,3.25,0.25,1,1");
+    QCOMPARE(cells(*w, 1), cells(*source, 1)
+                               .replace("net=2", "net=-1")
+                               .replace("id=0x18FEF100", "id=419361024")
+                               .replace("mask=0x0F", "mask=15")
+                               .replace("cnt=", "cnt=3"));
+    QCOMPARE(pointsOf(*w->curves[1]), (QVector<double>{3, 2, 1, 1, 11, 21}));
+    QCOMPARE(w->plot->timeScaleEnd(), 42.5);
+    QCOMPARE(w->statusBarLabels()->textLabelStartTime->text().right(12), QStringLiteral("01:00:00.250"));
+    // Net and Baud are locked; Start stays off.
+    QVERIFY(!combo(*w->tableConfig, 0, TablePlotConfig::ColNet)->isEnabled());
+    QVERIFY(!combo(*w->tableConfig, 0, TablePlotConfig::ColBaud)->isEnabled());
+    QVERIFY(!w->pushButtonStartStop->isEnabled());
+}
+
+void TestFileIo::projectRoundTrip()
+{
+    const auto source = makeWindow();
+    addRow(*source, "name=Speed id=0x123 datatype=6 style=1");
+    addRow(*source,
+           "name=Rpm net=2 baud=14 btr01=1c id=291 Id29Bit=1 pos=7 datatype=1 mask=255 intmot=1 axis=1 "
+           "scale=2 enable=0 style=2");
+    *source->axisSettings[1] = {-1.5, 3.25, 0.25, true, true};
+    const QString path = TestSupport::temporaryPath("roundvtlprj"); // a name without dot
+    source->writeProjectFile(path);
+
+    // The Net entry by its position and its text, BTR as a negative "baud",
+    // Pos by its text.
+    QFile file(path);
+    const ProjectReadResult read = readProjectDocument(&file);
+    QCOMPARE(read.elements.size(), 4);
+    QStringList rpm;
+    for (const char* key : {"net", "netstr", "baud", "btr01", "pos", "Id29Bit", "enable", "style", "name_21"})
+        rpm << read.elements[1].graph.attributes.value(key, "none");
+    QCOMPARE(rpm.join(' '), QStringLiteral("2 3: C -2147483620 none 8 1 0 2 1c"));
+
+    // Opened from the command line behind a name in capitals.
+    const auto w = makeWindow();
+    w->openCommandLineFile({"vistrel", "A.VTLPRJ", path, "other.vtldat"});
+    QCOMPARE(state(*w), "rows=Speed,Rpm curves=2 prj=roundvtlprj dat= mode= size=5000 axes=-100,100,10,1,1 "
+                        "-1.5,3.25,0.25,1,1");
+    for (int row = 0; row < 2; ++row)
+        QCOMPARE(cells(*w, row), cells(*source, row));
+    QCOMPARE(w->curves[1]->plotItem->yAxis(), int(QwtPlot::yRight));
+}
+
+void TestFileIo::import()
+{
+    // Two rows read the same id, signed and scaled or unsigned; the 29-bit
+    // row takes the frame with the letter "L" alone. The first and last
+    // frames belong to no row.
+    const auto w = makeWindow();
+    addRow(*w, "name=signed id=0x100 pos=1 datatype=2 scale=0.5 offset=1");
+    addRow(*w, "name=unsigned id=256 pos=1 datatype=1 scale=1 offset=0");
+    addRow(*w, "name=29-bit id=0x100 Id29Bit=1 datatype=1 scale=1 offset=0");
+    w->antialiasing = true;
+    w->importRecordedData(
+        writeFile("three.txt",
+                  logLines({"12:00:00 0 1365 _ 1", "12:00:00 125 256 _ 0,12,0", "12:00:01 250 256 _ 1,ff,ff",
+                            "12:00:02 500 256 L 9", "12:00:02 500 256 _ aa", "12:00:03 0 1365 _ 2"})));
+
+    QCOMPARE(state(*w), "rows=signed,unsigned,29-bit curves=3 prj= dat=three.txt mode=OFFLINE - IMPORT " +
+                            defaultSizeAndAxes);
+    // The live point, then the samples newest first, times from the first
+    // frame of the log; Integer16 at "Pos" 2 reads 0x0012, 0xFFFF, and 0
+    // from a frame too short for it.
+    QCOMPARE(pointsOf(*w->curves[0]), (QVector<double>{3.0, 2.5, 1.25, 0.125, 0, 0, 0.5, 10}));
+    QCOMPARE(pointsOf(*w->curves[1]).mid(4), (QVector<double>{0, 0, 255, 18}));
+    QCOMPARE(pointsOf(*w->curves[2]), (QVector<double>{3.0, 2.5, 9.0, 9.0}));
+    QCOMPARE(cells(*w, 1).right(5), QStringLiteral("cnt=4"));
+    QVERIFY(w->curves[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
+    QCOMPARE(w->statusBarLabels()->textLabelStartTime->text().right(12), QStringLiteral("12:00:00.000"));
+    QCOMPARE(w->plot->timeScaleEnd(), 3.0);
+}
+
+// Questions and messages, answered in turn, and what stays after them. The
+// window starts with two rows and "kept.vtlprj".
+void TestFileIo::messages_data()
+{
+    QTest::addColumn<QString>("action");     // and the file name
+    QTest::addColumn<QByteArray>("content"); // null: no such file
+    QTest::addColumn<Buttons>("answers");
+    QTest::addColumn<QStringList>("texts"); // %1: the path
+    QTest::addColumn<QString>("state");
+
+    const QString kept = "rows=a,b curves=2 prj=kept.vtlprj dat= mode= " + defaultSizeAndAxes;
+    const QString none = "rows=a,b curves=0 prj=kept.vtlprj dat= mode= " + defaultSizeAndAxes;
+    const QString loaded = "rows=big curves=1 prj= dat=d.vtldat mode=OFFLINE - DATA size=%1 axes=";
+    const QString config = "There is already a configuration!\nContinue?";
+    const QString reset = "Do you really want to delete the actual configuration and data?\nContinue?";
+    const QString size = "Plot size (%1) in the datafile is bigger than actual plot size (5000)!\n"
+                         "Should the plot size be increased?";
+    const Buttons yes{QMessageBox::Yes, QMessageBox::Yes, QMessageBox::Yes};
+    const Buttons no{QMessageBox::Yes, QMessageBox::Yes, QMessageBox::No};
+    const QByteArray size7 = bigDataFile(8000).replace(4, 1, "\7");
+    const QByteArray frame = logLines({"10:00:00 0 1 _ 1"});
+    QTest::newRow("data: No to the configuration") << "readData d.vtldat" << bigDataFile(8000)
+                                                   << Buttons{QMessageBox::No} << QStringList{config} << kept;
+    QTest::newRow("data: No to the plot size")
+        << "readData d.vtldat" << bigDataFile(8000) << no << QStringList{config, reset, size.arg(8000)}
+        << loaded.arg(5000) + "0,0,0,0,0 0,0,0,0,0";
+    QTest::newRow("data: Yes to the plot size")
+        << "readData d.vtldat" << bigDataFile(8000) << yes << QStringList{config, reset, size.arg(8000)}
+        << loaded.arg(8000) + "0,0,0,0,0 0,0,0,0,0";
+    QTest::newRow("data: plot size not bigger")
+        << "readData d.vtldat" << bigDataFile(5000) << yes << QStringList{config, reset}
+        << loaded.arg(5000) + "0,0,0,0,0 0,0,0,0,0";
+    // The oldest version asks for each record, with its point count.
+    QTest::newRow("data: oldest, Yes")
+        << "readData d.vtldat" << bigDataFile(0) << yes << QStringList{config, reset, size.arg(6000)}
+        << loaded.arg(6000) + "-100,100,10,1,1 0,100,10,0,0";
+    QTest::newRow("data: cannot be read")
+        << "readData absent.vtldat" << QByteArray() << yes << QStringList{"Cannot read file %1"} << kept;
+    QTest::newRow("data: header size 7")
+        << "readData d.vtldat" << size7 << yes
+        << QStringList{"Wrong file %1 - header of the file has invalid size (7)!"} << kept;
+    QTest::newRow("data: empty, %d in the name")
+        << "readData %d.vtldat" << QByteArray("") << yes
+        << QStringList{"Wrong file %1 - Wrong header type (-1)!"} << kept;
+    QTest::newRow("data: write fails")
+        << "writeData no/d.vtldat" << QByteArray() << yes << QStringList{"Cannot write file %1"}
+        << QString(kept).replace("dat=", "dat=d.vtldat");
+    // The reset of a project read comes first and stands.
+    QTest::newRow("project: does not parse") << "readProject p.vtlprj" << QByteArray("<Vistrel>") << yes
+                                             << QStringList{reset, "Cannot parse xml-file %1"}
+                                             << "rows= curves=0 prj= dat= mode= " + defaultSizeAndAxes;
+    QTest::newRow("project: write fails")
+        << "writeProject no/p.vtlprj" << QByteArray() << yes << QStringList{"Cannot write file %1"}
+        << QString(kept).replace("kept", "p");
+    // A failed import has taken the curves when it got as far as reading.
+    QTest::newRow("import: capital extension")
+        << "import log.TXT" << frame << yes << QStringList{"Unknown file type %1"} << kept;
+    QTest::newRow("import: heading only")
+        << "import log.txt" << frame.left(frame.indexOf("1\tRx")) << yes
+        << QStringList{"Cannot find CAN-data in file %1 (Unknown format)"} << none;
+}
+
+void TestFileIo::messages()
+{
+    QFETCH(QString, action);
+    QFETCH(QByteArray, content);
+    QFETCH(Buttons, answers);
+    QFETCH(QStringList, texts);
+    QFETCH(QString, state);
+
+    const auto w = makeWindow();
+    addRow(*w, "name=a");
+    addRow(*w, "name=b");
+    w->setProjectFileName("kept.vtlprj");
+    const QString name = action.section(' ', 1);
+    const QString path = content.isNull() ? TestSupport::temporaryPath(name) : writeFile(name, content);
+    QStringList kinds;
+    const ModalAnswerer boxes(
+        [&](QWidget* widget) {
+            // A question has Yes as its default and No as its escape button.
+            auto* box = qobject_cast<QMessageBox*>(widget);
+            const bool question = box->defaultButton() == box->button(QMessageBox::Yes) &&
+                                  box->escapeButton() == box->button(QMessageBox::No);
+            kinds << (question                                    ? "Warning!"
+                      : box->standardButtons() == QMessageBox::Ok ? "Critical Error"
+                                                                  : "?");
+            box->button(question ? QMessageBox::StandardButton(answers.takeFirst()) : QMessageBox::Ok)
+                ->click();
+        },
+        5);
+    const QMap<QString, void (VistrelMainWindow::*)(const QString&)> actions{
+        {"readData", &VistrelMainWindow::readDataFile},
+        {"writeData", &VistrelMainWindow::writeDataFile},
+        {"readProject", &VistrelMainWindow::readProjectFile},
+        {"writeProject", &VistrelMainWindow::writeProjectFile},
+        {"import", &VistrelMainWindow::importRecordedData}};
+    (w.get()->*actions[action.section(' ', 0, 0)])(path);
+    QCOMPARE(boxes.texts(), texts.replaceInStrings("%1", path));
+    QCOMPARE(boxes.titles(), kinds);
+    for (int i = 0; i < kinds.size(); ++i)
+        QCOMPARE(kinds[i], texts[i].endsWith('?') ? "Warning!" : "Critical Error");
+    QCOMPARE(::state(*w), state);
+}
+
+// The file dialogs: title and filter, the extension appended (compared
+// case-sensitively), and nothing done when cancelled.
+void TestFileIo::dialogs_data()
+{
+    QTest::addColumn<QString>("slot");
+    QTest::addColumn<QString>("typed"); // empty: cancelled
+    QTest::addColumn<QString>("seen");
+    QTest::addColumn<QString>("name"); // of the project or data file afterwards
+
+    const auto add = [](const char* slot, const char* typed, const char* seen, const char* name) {
+        QTest::addRow("%s %s", slot, typed) << slot << typed << seen << name;
+    };
+    const char* const logs = "Import Data|( *.vbrlog *.txt )";
+    add("projectOpen", "p", "Open Project|*.vtlprj", "p.vtlprj");
+    add("projectOpen", "", "Open Project|*.vtlprj", "");
+    add("projectSaveAs", "s.VTLPRJ", "Save Project as|*.vtlprj", "s.VTLPRJ.vtlprj");
+    add("projectSaveAs", "", "Save Project as|*.vtlprj", "");
+    add("dataLoad", "d", "Load Data|*.vtldat", "d.vtldat");
+    add("dataLoad", "", "Load Data|*.vtldat", "");
+    add("dataSaveAs", "s.vtldat", "Save Data as|*.vtldat", "s.vtldat");
+    add("dataSaveAs", "", "Save Data as|*.vtldat", "");
+    add("dataImport", "log", logs, "log.txt");
+    add("dataImport", "log.vbrlog", logs, "log.vbrlog");
+    add("dataImport", "", logs, "");
+}
+
+void TestFileIo::dialogs()
+{
+    QFETCH(QString, slot);
+    QFETCH(QString, typed);
+    QFETCH(QString, seen);
+    QFETCH(QString, name);
+
+    // Each name typed without its extension exists too, as no file of its
+    // kind: the name is set only once the file with it has been read.
+    QTemporaryDir directory;
+    QBuffer project;
+    writeProjectDocument(buildProjectDocument("p", "d", {}, {}), &project);
+    const QByteArray record = QByteArray(22, 0) + '\1' + QByteArray(15, 0);
+    for (const auto& [file, bytes] : {std::pair<QString, QByteArray>{"p", "x"},
+                                      {"d", "x"},
+                                      {"log", "x"},
+                                      {"p.vtlprj", project.data()},
+                                      {"d.vtldat", bigDataFile(100)},
+                                      {"log.vbrlog", record},
+                                      {"log.txt", logLines({"10:00:00 0 1 _ 1"})}}) {
+        QFile f(directory.filePath(file));
+        QVERIFY(f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size());
+    }
+    const auto w = makeWindow();
+    addRow(*w, "name=r id=1");
+    QStringList got;
+    const ModalAnswerer answer(
+        [&](QWidget* widget) {
+            if (auto* dialog = qobject_cast<QFileDialog*>(widget))
+                TestSupport::answerFileDialog(dialog, 0, typed.isEmpty() ? typed : directory.filePath(typed),
+                                              &got);
+            else if (auto* box = qobject_cast<QMessageBox*>(widget))
+                box->button(QMessageBox::Yes)->click();
+        },
+        5);
+    QVERIFY(QMetaObject::invokeMethod(w.get(), slot.toLatin1()));
+    QCOMPARE(got.mid(0, 2).join('|'), seen);
+    const QString expected = name.isEmpty() ? name : directory.filePath(name);
+    QCOMPARE(slot.startsWith("project") ? w->currentProjectFileName() : w->currentDataFileName(), expected);
+    if (slot.endsWith("SaveAs"))
+        QCOMPARE(QFileInfo(expected).size() > 0, !name.isEmpty());
+}
+
+void TestFileIo::wallClockOverMidnight()
+{
+    // The day of the year keeps the clock rising over midnight; at the turn
+    // of the year it falls by a year's seconds.
+    QCOMPARE(wallClockSecondsAt(QDate(2026, 3, 2), QTime(0, 0, 0, 250)) -
+                 wallClockSecondsAt(QDate(2026, 3, 1), QTime(23, 59, 59, 500)),
+             0.75);
+    QCOMPARE(wallClockSecondsAt(QDate(2025, 12, 31), QTime(23, 59, 59)), 365 * 86400.0 + 86399);
+}
+
+// What stands in place of the settings file at start, what the window then
+// holds, and what Apply takes from the dialog that shows it: the nearest
+// limit of each box.
+void TestFileIo::settingsAtStart_data()
+{
+    QTest::addColumn<QByteArray>("content"); // null: nothing; "link", "blocker"
+    QTest::addColumn<QString>("held");
+    QTest::addColumn<QString>("applied");
+    QTest::addColumn<QString>("messages");
+
+    const QString defaults = describe(Settings::defaults());
+    const QString path = settingsFile();
+    QTest::newRow("first start writes the defaults") << QByteArray() << defaults << defaults << "";
+    QTest::newRow("file") << bytesOf(custom) << describe(custom) << describe(custom) << "";
+    // Any root; colour names, a colour not named keeping the default;
+    // decimal numbers, a plot size no curve could allocate cut; any number
+    // but 0 switching on.
+    QTest::newRow("hand-written")
+        << QByteArray(
+               R"(<Other BackgroundColor="red" GridColor="#123" Marker1Color="x" PlotSize="4000000000" )"
+               R"(RefreshTime="010" LineWidth="0" ContinousScoll="2" Antialiasing="yes"/>)")
+        << "#ff0000 #112233 #0000ff #0000ff size=1000000 refresh=10 width=0 scroll=1 antialiasing=0"
+        << "#ff0000 #112233 #0000ff #0000ff size=100000 refresh=50 width=1 scroll=1 antialiasing=0"
+        << "";
+    QTest::newRow("not XML") << QByteArray("PlotSize=7") << defaults << defaults
+                             << "Cannot parse xml-file " + path;
+    // A link to nowhere: no file, and none can be written or read.
+    QTest::newRow("dangling link") << QByteArray("link") << defaults << defaults
+                                   << "Cannot write file " + path + "|Cannot read file " + path;
+    QTest::newRow("a file in place of the directory") << QByteArray("blocker") << defaults << defaults
+                                                      << "Cannot create directory " + QFileInfo(path).path();
+}
+
+void TestFileIo::settingsAtStart()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, held);
+    QFETCH(QString, applied);
+    QFETCH(QString, messages);
+
+    const QString dir = QFileInfo(settingsFile()).path();
+    if (content == "link")
+        QVERIFY(QDir().mkpath(dir) && QFile::link(dir + "/missing/target.xml", settingsFile()));
+    else if (content == "blocker")
+        QVERIFY(QDir().mkpath(QFileInfo(dir).path()) && QFile(dir).open(QIODevice::WriteOnly));
+    else if (!content.isNull())
+        QVERIFY(!writeFile(settingsFile(), content).isEmpty());
+    QStringList texts;
+    int critical = 0;
+    const auto window = [&] {
+        const ModalAnswerer boxes(QMessageBox::Ok, 5);
+        auto made = std::make_unique<VistrelMainWindow>();
+        texts = boxes.texts();
+        critical = boxes.titles().count("Critical Error");
+        return made;
+    }();
+    QCOMPARE(texts.join('|'), messages);
+    QCOMPARE(critical, texts.size());
+    QCOMPARE(inForce(*window), held);
+    if (content.isNull())
+        QCOMPARE(inFile(),
+                 "#ffffff #808080 #0000ff #0000ff size=5000 refresh=250 width=1 scroll=1 antialiasing=0");
+    runOptions(*window, [](MFormConfig& d) { d.buttonApply->click(); });
+    QCOMPARE(inForce(*window), applied);
+}
+
+// Starting from the custom settings and a curve: a colour picked, the
+// defaults of two tabs, Apply; an unapplied change dropped by Cancel; the
+// colour defaults and OK.
+void TestFileIo::optionsDialog()
+{
+    QVERIFY(!writeFile(settingsFile(), bytesOf(custom)).isEmpty());
+    VistrelMainWindow w;
+    w.projectAddCurve();
+    QStringList seen;
+    MFormConfig* const dialog = runOptions(w, [&](MFormConfig& d) {
+        // Picked by any mouse button, then opened again at the picked colour
+        // and cancelled.
+        for (const Qt::MouseButton button : {Qt::RightButton, Qt::LeftButton}) {
+            const ModalAnswerer answer([&](QWidget* widget) {
+                auto* colours = qobject_cast<QColorDialog*>(widget);
+                seen << colours->windowTitle() + ' ' + colours->currentColor().name();
+                colours->setCurrentColor(button == Qt::RightButton ? QColor(0x129abc) : QColor(Qt::black));
+                button == Qt::RightButton ? colours->accept() : colours->reject();
+            });
+            QTest::mouseClick(d.colorMarker2, button);
+        }
+        seen << inForce(w) << d.pushButtonDefaultBuffers->toolTip();
+        d.pushButtonDefaultBuffers->click();
+        d.pushButtonDefaultCurves->click();
+        d.buttonApply->click();
+        d.spinBoxRefreshTime->setValue(4000);
+    });
+    QCOMPARE(dialog->windowTitle(), QStringLiteral("Vistrel Config"));
+    QCOMPARE(seen, (QStringList{"Select Marker 2 Color #a0b0c0", "Select Marker 2 Color #129abc",
+                                describe(custom), "Set default parameters for this tab."}));
+    const QString applied =
+        "#102030 #405060 #708090 #129abc size=5000 refresh=250 width=1 scroll=1 antialiasing=0";
+    QCOMPARE(inForce(w), applied);
+    QCOMPARE(inFile(), describe(custom));
+    QCOMPARE(w.curves[0]->plotItem->pen().width(), 1);
+    QVERIFY(!w.curves[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
+
+    // The same dialog, showing what is in force.
+    QCOMPARE(runOptions(w, [](MFormConfig& d) { d.buttonApply->click(); }), dialog);
+    QCOMPARE(inForce(w), applied);
+    runOptions(w, [](MFormConfig& d) {
+        d.pushButtonDefaultColors->click();
+        d.buttonOk->click();
+    });
+    QCOMPARE(inForce(w), describe(Settings::defaults()));
+    QCOMPARE(inFile(), describe(Settings::defaults()));
+}
+
+QTEST_MAIN(TestFileIo)
+#include "tst_fileio.moc"
