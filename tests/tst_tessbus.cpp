@@ -155,6 +155,13 @@ const struct { const char* name; QByteArray source, copy, appended, options, boa
     {"real log, 29-bit ids",       realLogsDir + "forte-turnonwithgauge.log", "forte-turnonwithgauge.log", "", "",
                                    "forte-turnonw"}};
 
+// Frames due beyond any life of the process (both conversions into the
+// steady clock's integers would overflow).
+const struct { const char* name; QByteArray log, options; } farRows[] = {
+    {"gap of 9.2e9 s, the longest a log can state",
+     "(0.000000) can0 123#01\n(9223372035.999999) can0 123#02\n", "speed=1"},
+    {"speed 1e-300, looped", "(1.0) can0 123#01\n(2.0) can0 123#02\n", "speed=1e-300 loop=1"}};
+
 // clang-format on
 
 } // namespace
@@ -448,6 +455,18 @@ private slots:
             QCOMPARE(QByteArray::number(qulonglong(got.size())),
                      all.mid(all.indexOf(row.copy + ' ')).split(' ').at(1));
         }
+    }
+
+    // The first frame plays, the far one never does, and the net still ends
+    // at once.
+    void replayFarFuture_data() { addRows(farRows); }
+    void replayFarFuture()
+    {
+        const auto& row = tableRow(farRows);
+        writeFile("far.log", row.log);
+        QCOMPARE(configure("net 0 replay far.log " + row.options + "\n"), QByteArray());
+        QCOMPARE(describe(readFrames(openHandle(0, {0x123}, 10, 300))), QStringList{"123 1 01"});
+        QCOMPARE(configure(""), QByteArray());
     }
 };
 

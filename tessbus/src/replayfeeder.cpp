@@ -12,6 +12,10 @@ namespace tessbus {
 namespace {
 constexpr int kBatch = 256;
 
+// Due times beyond this (some 73 years) mean never within the process's
+// life; the start of a pass plus this can't overflow the steady clock.
+constexpr int64_t kNeverNs = std::numeric_limits<int64_t>::max() / 4;
+
 TessFrameT withStamp(const TessFrame& frame, uint64_t stamp)
 {
     TessFrameT out;
@@ -76,8 +80,9 @@ ReplayFeeder::~ReplayFeeder()
 
 ReplayFeeder::TimePoint ReplayFeeder::dueTime(TimePoint start, int64_t offsetNs) const
 {
+    // A tiny speed or a huge gap gives infinity here, which no integer holds.
     const double ns = static_cast<double>(offsetNs) / options_.speed;
-    return start + std::chrono::nanoseconds(static_cast<int64_t>(ns));
+    return start + std::chrono::nanoseconds(ns < kNeverNs ? static_cast<int64_t>(ns) : kNeverNs);
 }
 
 void ReplayFeeder::logEnded(const ReplayLog& log)
