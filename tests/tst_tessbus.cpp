@@ -6,7 +6,11 @@
 #include "driver_support.h"
 #include "framedecode.h"
 
+#include <canlogs/canlog_reader.h>
+
 #include <QtTest>
+
+#include <sys/stat.h>
 
 #include <future>
 
@@ -17,6 +21,7 @@ namespace {
 
 constexpr uint32_t k29 = TESS_ID_29BIT;
 const QByteArray smallLog = VISTREL_TEST_DATA_DIR "/replay-small.log";
+const QByteArray logsDir = VISTREL_TEST_DATA_DIR "/canlogs/", realLogsDir = VISTREL_SHARED_LOGS_DIR "/";
 
 // A handle that admits `ids`; its reads give up after `timeoutMs`.
 int openHandle(int net, const Ids& ids = {}, int rxQueue = 2047, int timeoutMs = 100)
@@ -98,12 +103,13 @@ const struct { const char* name; QByteArray line, message; } configErrorRows[] =
     {"unknown option",              "net 5 virtual fast",                      "unknown option"},
     {"tsfreq 0",                    "net 5 virtual tsfreq=0",                  "tsfreq"},
     {"replay log missing",          "net 5 replay nowhere.log",                "nowhere.log"},
-    {"replay log without frames",   "net 5 replay /dev/null",                  "no CAN frames"},
+    {"replay log without frames",   "net 5 replay empty.log",                  "holds no CAN frames"},
+    {"replay channel without",      "net 5 replay " + smallLog + " channel=1", "no CAN frames on channel 1"},
     {"replay speed -1",             "net 5 replay " + smallLog + " speed=-1", "speed"},
-    {"socketcan interface missing", "net 5 socketcan tbnone7",                 "socketcan tbnone7: "},
-    // The net is made of the lines that can be read.
-    {"replay log with bad lines",   "net 5 replay odd.log",
-                                    "3 unreadable lines skipped, the first is line 2"}};
+    // Neither makes loading the configuration wait or read without end.
+    {"replay of /dev/zero",         "net 5 replay /dev/zero",                  "not a regular file"},
+    {"replay of a FIFO",            "net 5 replay fifo.log",                   "not a regular file"},
+    {"socketcan interface missing", "net 5 socketcan tbnone7",                 "socketcan tbnone7: "}};
 
 // Signals of the demo vehicle: type, byte order, position from 0, mask and
 // scale; min and max hold while it idles.
@@ -131,6 +137,31 @@ const struct { const char* name; QByteArray line; int rxQueue, speed; } replayRo
     {"relative path, queue of one loses nothing", "net 0 replay logs/small.log speed=0",          1,    0},
     {"twenty times the pace, looped",             "net 0 replay " + smallLog + " speed=20 loop=1", 2047, 20}};
 
+// Logs of every format, copied under a name (with lines appended) and
+// replayed at speed 0; channels count from 0 as canlogs numbers them.
+const struct { const char* name; QByteArray source, copy, appended, options, board; } logRows[] = {
+    {"candump, three buses, FD",   logsDir + "candump.log",        "candump.log",   "", "",          "candump.log"},
+    {"candump, the third bus",     logsDir + "candump.log",        "candump.log",   "", "channel=2", "candump.log"},
+    {"candump, screen form",       logsDir + "candump-screen.log", "screen.log",    "", "",          "screen.log"},
+    {"ASC, CAN FD",                logsDir + "vector.asc",         "vector.asc",    "", "",          "vector.asc"},
+    {"ASC, channel 4 of the log",  logsDir + "vector.asc",         "vector.asc",    "", "channel=3", "vector.asc"},
+    {"TRC 1.1",                    logsDir + "peak-1.1.trc",       "peak-1.1.trc",  "", "",          "peak-1.1.trc"},
+    {"TRC 2.1, named",             logsDir + "peak-2.1.trc",       "peak-2.1.trc",  "", "name=PEAK", "PEAK"},
+    {"BLF, name cut to 13",        logsDir + "vector.blf",         "bus-recording-2.blf", "", "",    "bus-recording"},
+    {"BLF, remote and FD frames",  logsDir + "vector-kinds.blf",   "kinds.blf",     "", "",          "kinds.blf"},
+    {"candump, damaged at the end", logsDir + "candump.log",       "damaged.log",
+                                    "(1600000009.0) can0 123#0\n(1600000010.0) can0 123#01\n", "",  "damaged.log"},
+    // Checked against the frame count of the log's digest.
+    {"real log, 29-bit ids",       realLogsDir + "forte-turnonwithgauge.log", "forte-turnonwithgauge.log", "", "",
+                                   "forte-turnonw"}};
+
+// Frames due beyond any life of the process (both conversions into the
+// steady clock's integers would overflow).
+const struct { const char* name; QByteArray log, options; } farRows[] = {
+    {"gap of 9.2e9 s, the longest a log can state",
+     "(0.000000) can0 123#01\n(9223372035.999999) can0 123#02\n", "speed=1"},
+    {"speed 1e-300, looped", "(1.0) can0 123#01\n(2.0) can0 123#02\n", "speed=1e-300 loop=1"}};
+
 // clang-format on
 
 } // namespace
@@ -140,6 +171,11 @@ class TestTessbus : public QObject
     Q_OBJECT
 
     QByteArray configure(const QByteArray& t) { return writeDriverConfig(dir->filePath("tessbus.conf"), t); }
+    void writeFile(const QString& name, const QByteArray& bytes)
+    {
+        QFile file(dir->filePath(name));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+    }
 
     std::unique_ptr<QTemporaryDir> dir;
     std::vector<TessFrameT> demoFrames;
@@ -278,11 +314,8 @@ private slots:
     void configurationErrors()
     {
         const auto& row = tableRow(configErrorRows);
-        QFile odd(dir->filePath("odd.log"));
-        QVERIFY(odd.open(QIODevice::WriteOnly));
-        odd.write("(1.0) can0 123#01\ngarbage\n(2.0) can0 1234#01\n(3.0) can0 124#010203040506070809\n"
-                  "(5.0) can0 20000080#0000000000000000\n"); // the error frame is skipped quietly
-        odd.close();
+        writeFile("empty.log", "# nothing recorded\n");
+        QCOMPARE(mkfifo(QFile::encodeName(dir->filePath("fifo.log")).constData(), 0600), 0);
         const QByteArray errors = configure("# nets\nnet 0 virtual name=ABCDEFGHIJKLMNOPQ\n" + row.line +
                                             "   # comment\n\nnet 1 virtual\n");
         QVERIFY2(errors.startsWith(QFile::encodeName(dir->filePath("tessbus.conf")) + ":3: ") &&
@@ -290,7 +323,7 @@ private slots:
                  errors.constData());
         // The other lines make their nets; the board name is cut to 13 characters.
         QVERIFY(tessTestOpenHandles(0) == 0 && tessTestOpenHandles(1) == 0);
-        QCOMPARE(tessTestOpenHandles(5), row.message.contains("unreadable") ? 0 : -1);
+        QCOMPARE(tessTestOpenHandles(5), -1);
         int info;
         TessStatus status;
         QVERIFY(tessOpen(0, 0, 1, 1, 0, 0, &info) == 0 && tessStatus(info, &status) == 0);
@@ -332,29 +365,108 @@ private slots:
     void replaySmallLog()
     {
         const auto& row = tableRow(replayRows);
-        const QStringList expected{
-            "123 4 deadbeef", "38fef100 8 0102030405060708", "7ff 0 ",          "123 10 ",
-            "2cf00400 14 ",   "123 8 0011223344556677",      "20000123 2 aabb", "456 1 01",
-            "123 1 ff"};
-        // Recorded offsets in ms, the CAN FD line skipped; a loop starts
-        // again after the mean frame interval, at 2.25 s.
-        const int64_t offsetsMs[] = {0, 100, 200, 300, 400, 600, 800, 1000, 2000, 2250, 2350};
+        const QStringList expected{"123 4 deadbeef",
+                                   "38fef100 8 0102030405060708",
+                                   "7ff 0 ",
+                                   "123 10 ",
+                                   "2cf00400 14 ",
+                                   "321 3 112233", // CAN FD, short enough for a classic frame
+                                   "123 8 0011223344556677",
+                                   "20000123 2 aabb",
+                                   "456 1 01",
+                                   "123 1 ff"};
+        // Recorded offsets in us; a loop starts again after the mean frame
+        // interval, at 2.2222 s.
+        const int64_t offsetsUs[] = {0,      100000, 200000,  300000,  400000,  500000,
+                                     600000, 800000, 1000000, 2000000, 2222222, 2322222};
         QVERIFY(QDir(dir->path()).mkpath("logs") && QFile::copy(smallLog, dir->filePath("logs/small.log")));
         QCOMPARE(configure(row.line + "\n"), QByteArray());
-        const Ids ids{0x123, 0x18FEF100 | k29, 0x7FF, 0x0CF00400 | k29, 0x123 | k29, 0x456};
-        const int wanted = row.speed ? 11 : 9;
+        const Ids ids{0x123, 0x18FEF100 | k29, 0x7FF, 0x0CF00400 | k29, 0x321, 0x123 | k29, 0x456};
+        const int wanted = row.speed ? 12 : 10;
         const int h = openHandle(0, ids, row.rxQueue, 1000);
         const std::vector<TessFrameT> got = readFrames(h, size_t(wanted), 1);
         QCOMPARE(describe(got), (expected + expected).mid(0, wanted));
         // Stamped on the 1 MHz counter at the recorded spacing over the speed.
         for (size_t i = 1; i < got.size() && row.speed; ++i) {
-            const int64_t due = offsetsMs[i] * 1000 / row.speed;
+            const int64_t due = offsetsUs[i] / row.speed;
             QVERIFY2(qAbs(int64_t(got[i].timestamp - got[0].timestamp) - due) <= 1,
                      qPrintable(QString::number(i)));
         }
         // The next listener hears the log from its beginning.
         QCOMPARE(tessClose(h), 0);
         QCOMPARE(describe(readFrames(openHandle(0, ids, 10, 1000), 1)), expected.mid(0, 1));
+    }
+
+    // Each log gives the frames that canlogs reads from it, CAN FD frames of
+    // up to 8 bytes as classic ones. The net's one warning counts the longer
+    // ones and names the line where damage ends the log.
+    void replayLogs_data() { addRows(logRows); }
+    void replayLogs()
+    {
+        const auto& row = tableRow(logRows);
+        QFile source(row.source);
+        if (!source.open(QIODevice::ReadOnly))
+            QSKIP("the shared CAN logs are not beside this checkout");
+        writeFile(row.copy, source.readAll() + row.appended);
+        const QByteArray copy = QFile::encodeName(dir->filePath(row.copy));
+        const canlogs::LogContents log = canlogs::readLog(copy.toStdString());
+        const int channel = row.options.startsWith("channel=") ? row.options.mid(8).toInt() : -1;
+        std::vector<TessFrameT> expected;
+        Ids ids;
+        int skipped = 0;
+        for (const canlogs::Frame& f : log.frames) {
+            const bool remote = f.flags & canlogs::FrameRemote;
+            if (channel >= 0 && f.channel != channel)
+                continue;
+            if (f.length > 8 && !remote) {
+                ++skipped;
+                continue;
+            }
+            TessFrameT t = frameT(f.id | (f.flags & canlogs::FrameExtended ? k29 : 0), {}, 0,
+                                  f.length | (remote ? TESS_FRAME_RTR : 0));
+            std::copy(f.data, f.data + (remote ? 0 : f.length), t.data);
+            expected.push_back(t);
+            ids.push_back(t.id); // an id admitted twice is admitted once
+        }
+        QCOMPARE(configure("net 0 replay " + row.copy + " speed=0 " + row.options + "\n"), QByteArray());
+        std::vector<TessFrameT> got;
+        const int h = openHandle(0, ids);
+        const QByteArray warning = captureStderr([&] {
+            got = readFrames(h);
+            tessTestReload(); // the playback has ended and said what it had to
+        });
+        QCOMPARE(describe(got), describe(expected));
+        const QByteArray fd =
+            QByteArray::number(skipped) + " CAN FD frames with more than 8 data bytes skipped";
+        const QByteArray damage = QByteArray::fromStdString(log.error).mid(copy.size() + 2); // "line 7: ..."
+        QVERIFY2(warning.isEmpty() == (!skipped && damage.isEmpty()) && warning.count('\n') <= 1 &&
+                     (!skipped || warning.contains(fd)) && warning.contains(damage),
+                 warning.constData());
+        QVERIFY(row.appended.isEmpty() || damage.startsWith("line "));
+        int info;
+        TessStatus status;
+        QVERIFY(tessOpen(0, 0, 1, 1, 0, 0, &info) == 0 && tessStatus(info, &status) == 0);
+        QCOMPARE(QByteArray(status.boardName), row.board);
+        if (row.source.startsWith(realLogsDir)) { // its digest line: "name count hash"
+            QFile digests(logsDir + "real-logs.digest");
+            QVERIFY(digests.open(QIODevice::ReadOnly));
+            const QByteArray all = digests.readAll();
+            QVERIFY(all.contains(row.copy + ' '));
+            QCOMPARE(QByteArray::number(qulonglong(got.size())),
+                     all.mid(all.indexOf(row.copy + ' ')).split(' ').at(1));
+        }
+    }
+
+    // The first frame plays, the far one never does, and the net still ends
+    // at once.
+    void replayFarFuture_data() { addRows(farRows); }
+    void replayFarFuture()
+    {
+        const auto& row = tableRow(farRows);
+        writeFile("far.log", row.log);
+        QCOMPARE(configure("net 0 replay far.log " + row.options + "\n"), QByteArray());
+        QCOMPARE(describe(readFrames(openHandle(0, {0x123}, 10, 300))), QStringList{"123 1 01"});
+        QCOMPARE(configure(""), QByteArray());
     }
 };
 

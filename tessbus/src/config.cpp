@@ -1,8 +1,8 @@
 #include "config.h"
 
-#include "candumplog.h"
 #include "demogenerator.h"
 #include "replayfeeder.h"
+#include "replaylog.h"
 #include "socketcannet.h"
 #include "virtualnet.h"
 
@@ -25,6 +25,9 @@ namespace tessbus {
 namespace {
 
 constexpr uint64_t kMaxTimestampFrequency = 1000000000000ull;
+// Frames of a replay log that loading the configuration looks at, at most,
+// for one that the net replays: a huge log is streamed later, while it plays.
+constexpr uint64_t kReplayLookFrames = 65536;
 
 bool parseUnsigned(const std::string& text, uint64_t* value)
 {
@@ -110,6 +113,12 @@ std::string directoryOf(const std::string& path)
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
+std::string baseNameOf(const std::string& path)
+{
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
 // One configuration file: parses its lines and builds the nets they name.
 class ConfigFile
 {
@@ -181,7 +190,7 @@ private:
     {
         uint64_t number;
         if (key == "name") {
-            d->boardName = value.substr(0, TESS_BOARD_NAME_SIZE - 1);
+            d->boardName = boardName(value);
         } else if (key == "features") {
             if (!parseFeatures(value, &d->features))
                 return bad("features", value, "Fc,2b,Ts,Lo,Sd or a number such as 0x23");
@@ -199,6 +208,9 @@ private:
         }
         return true;
     }
+
+    // What fits the status record, with its terminating zero.
+    static std::string boardName(const std::string& name) { return name.substr(0, TESS_BOARD_NAME_SIZE - 1); }
 
     bool bad(const std::string& key, const std::string& value, const char* expected)
     {
@@ -252,10 +264,12 @@ private:
         if (file[0] != '/')
             file = directoryOf(path_) + "/" + file;
         NetDescription d;
-        d.boardName = "REPLAY_CAN";
+        d.boardName = boardName(baseNameOf(file));
         ReplayOptions options;
+        options.origin = path_ + ":" + std::to_string(lineNumber_);
         for (size_t i = 1; i < args.size(); ++i) {
             std::string key, value;
+            uint64_t number;
             if (!splitOption(args[i], &key, &value)) {
                 report("unknown option '" + args[i] + "'");
                 return nullptr;
@@ -271,27 +285,33 @@ private:
                     return nullptr;
                 }
                 options.loop = value == "1";
+            } else if (key == "channel") {
+                if (!parseUnsigned(value, &number) || number > 0xFFFE) {
+                    bad(key, value, "a channel of the log, from 0");
+                    return nullptr;
+                }
+                options.channel = static_cast<int>(number);
             } else if (!parseCommonOption(key, value, &d)) {
                 return nullptr;
             }
         }
-        CandumpLog log;
         std::string error;
-        if (!readCandumpLog(file, &log, &error)) {
+        switch (lookForFrames(file, options.channel, kReplayLookFrames, &error)) {
+        case LogLook::HasFrames:
+            break;
+        case LogLook::Unreadable:
             report("cannot read replay log '" + file + "': " + error);
             return nullptr;
-        }
-        if (log.frames.empty()) {
-            report("replay log '" + file + "' holds no CAN frames");
+        case LogLook::NoFrames:
+            report("replay log '" + file + "' holds no CAN frames" +
+                   (options.channel == ReplayLog::kAllChannels
+                        ? std::string()
+                        : " on channel " + std::to_string(options.channel)) +
+                   (error.empty() ? std::string() : " before " + error));
             return nullptr;
         }
-        if (log.badLines > 0) {
-            report("warning: replay log '" + file + "': " + std::to_string(log.badLines) +
-                   " unreadable lines skipped, the first is line " + std::to_string(log.firstBadLine));
-        }
         auto net = std::make_shared<VirtualNet>(d);
-        net->setSource(
-            std::make_unique<ReplayFeeder>(net->bus(), net->clock(), std::move(log.frames), options));
+        net->setSource(std::make_unique<ReplayFeeder>(net->bus(), net->clock(), file, std::move(options)));
         return net;
     }
 
