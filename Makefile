@@ -7,7 +7,7 @@ CMAKE_FLAGS ?=
 DEMO_CONFIG := $(CURDIR)/examples/tessbus-demo.conf
 DEMO_PROJECT := $(CURDIR)/examples/demo.vtlprj
 
-.PHONY: all deps build run test test-asan test-tsan bench format clean
+.PHONY: all deps build run test package test-asan test-tsan bench format clean
 
 all: build
 
@@ -26,6 +26,10 @@ run: build
 
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+# The Debian package, $(BUILD)/vistrel_<version>_<arch>.deb.
+package: build
+	cmake --build $(BUILD) --target package
 
 # The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer.
 test-asan:

@@ -1,9 +1,21 @@
 #include "timestampedread.h"
 
 #include <dlfcn.h>
+#include <initializer_list>
 
 TessReadTFunction timestampedRead = nullptr;
 int timestampedReadStatus = -1;
+
+int lookUpTimestampedRead()
+{
+    // The soname comes from the build (TESSBUS_SONAME); a library of that
+    // soname is already loaded, so the loader hands back that very copy.
+    for (const char* name : {TESSBUS_SONAME, "libtessbus.so"}) {
+        if (lookUpTimestampedRead(name) == 0)
+            return 0;
+    }
+    return -1;
+}
 
 int lookUpTimestampedRead(const char* libraryName)
 {

@@ -11,12 +11,14 @@ extern TessReadTFunction timestampedRead;
 // the pointer.
 extern int timestampedReadStatus;
 
-// The library the program is linked against, as the dynamic loader knows it.
-constexpr const char* driverLibraryName = "libtessbus.so";
+// Looks up "tessReadT" in the driver library the program is linked against:
+// by its soname first, which is the one name an installed package has
+// without its development files, then by the plain "libtessbus.so".
+// Returns 0 on success, -1 when neither name loads a library that has it.
+int lookUpTimestampedRead();
 
-// Loads the driver library and looks up "tessReadT" in it; stores the result
-// in timestampedRead. Returns 0 on success, -1 when the library can't be
-// loaded or lacks the symbol (timestampedRead is then null).
-int lookUpTimestampedRead(const char* libraryName = driverLibraryName);
+// The same in the library of the given name or path: stores the result in
+// timestampedRead (null on failure) and returns 0 or -1.
+int lookUpTimestampedRead(const char* libraryName);
 
 #endif // TIMESTAMPEDREAD_H

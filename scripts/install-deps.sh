@@ -9,6 +9,8 @@ packages=(
     libsocketcan-dev
     zlib1g-dev
     xvfb xauth imagemagick
+    # The Debian package and the test of the installed tree.
+    dpkg-dev desktop-file-utils appstream shared-mime-info libglib2.0-bin x11-utils
 )
 
 missing=()

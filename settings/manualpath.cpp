@@ -1,5 +1,6 @@
 #include "manualpath.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 namespace {
@@ -11,13 +12,18 @@ QString manualFile(const QString& directory, const QString& lang)
 
 } // namespace
 
-QString manualPath(const QString& directory, const QString& localeName)
+QString manualPath(const QString& programDirectory, const QString& localeName)
 {
-    QString path = manualFile(directory, localeName.left(2));
-    if (QFileInfo::exists(path))
-        return path;
-    path = manualFile(directory, QStringLiteral("de"));
-    if (QFileInfo::exists(path))
-        return path;
-    return manualFile(directory, QStringLiteral("en"));
+    // The build gives the documentation folder relative to the program's
+    // folder (VISTREL_DOCDIR_FROM_BINDIR, "../share/doc/vistrel" by default).
+    const QString installedDocs =
+        QDir::cleanPath(programDirectory + QStringLiteral("/" VISTREL_DOCDIR_FROM_BINDIR));
+    for (const QString& directory : {programDirectory, installedDocs}) {
+        for (const QString& lang : {localeName.left(2), QStringLiteral("de"), QStringLiteral("en")}) {
+            const QString path = manualFile(directory, lang);
+            if (QFileInfo::exists(path))
+                return path;
+        }
+    }
+    return manualFile(programDirectory, QStringLiteral("en"));
 }
