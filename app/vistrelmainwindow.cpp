@@ -4,17 +4,21 @@
 #include "commandline.h"
 #include "dataplot.h"
 #include "formstatusbar_resourcesreparent.h"
+#include "plotcurve.h"
 #include "tableplotconfig.h"
 #include "tableplotdescription.h"
 #include "timebase.h"
 #include "timestampedread.h"
 #include "wallclock.h"
 
+#include <algorithm>
+#include <qwt_plot_marker.h>
+
 #include <qwt_plot_canvas.h>
 #include <qwt_scale_widget.h>
 
-#include <QComboBox>
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -22,6 +26,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QMouseEvent>
+#include <QSignalBlocker>
 #include <QSplitterHandle>
 #include <QStandardPaths>
 #include <QStatusBar>
@@ -55,7 +60,8 @@ VistrelMainWindow::VistrelMainWindow(QWidget* parent, Qt::WindowFlags flags) : Q
     prepareRunControls();
 
     // The plot reads the slider in its constructor, so the slider is ready.
-    plot = new DataPlot(this);
+    plot = new DataPlot(timeBaseTable[size_t(sliderTimeBase->value())], this);
+    m_runTime = timeBaseTable[size_t(sliderTimeBase->value())];
     widgetStackPlot->addWidget(plot);
     widgetStackPlot->setCurrentWidget(plot);
     widgetStackPlot->removeWidget(page_3);
@@ -72,14 +78,14 @@ VistrelMainWindow::VistrelMainWindow(QWidget* parent, Qt::WindowFlags flags) : Q
     // in the cells fit.
     const int rowHeight = QComboBox().minimumSizeHint().height() + 2;
 
-    tableConfig = new TablePlotConfig(this);
+    tableConfig = new TablePlotConfig(nets, axisSettings);
     tableConfig->horizontalHeader()->setHighlightSections(false);
     tableConfig->verticalHeader()->setHighlightSections(false);
     tableConfig->verticalHeader()->setDefaultSectionSize(rowHeight);
     widgetStackConfig->addWidget(tableConfig);
     widgetStackConfig->setCurrentWidget(tableConfig);
 
-    tableDescription = new TablePlotDescription(this);
+    tableDescription = new TablePlotDescription(tableConfig);
     tableDescription->horizontalHeader()->setHighlightSections(false);
     tableDescription->verticalHeader()->setHighlightSections(false);
     tableDescription->verticalHeader()->setDefaultSectionSize(rowHeight);
@@ -194,7 +200,8 @@ void VistrelMainWindow::connectSignals()
     // as their slots come into being.
     connect(tableConfig, &QWidget::customContextMenuRequested, this,
             &VistrelMainWindow::slotTablePlotConfigMenu);
-    connect(tableConfig, &QTableWidget::cellChanged, this, &VistrelMainWindow::slotValueChangedTablePlotConfig);
+    connect(tableConfig, &QTableWidget::cellChanged, this,
+            &VistrelMainWindow::slotValueChangedTablePlotConfig);
     connect(tableConfig, &QTableWidget::cellClicked, this, &VistrelMainWindow::slotClickedTablePlotConfig);
     connect(tableConfig, &QTableWidget::cellDoubleClicked, this,
             &VistrelMainWindow::slotDoubleClickedTablePlotConfig);
@@ -208,6 +215,13 @@ void VistrelMainWindow::connectSignals()
     connect(pushButtonMarker1, &QPushButton::clicked, plot, &DataPlot::slotMarker1);
     connect(pushButtonMarker2, &QPushButton::clicked, plot, &DataPlot::slotMarker2);
     connect(pushButtonDMarker, &QPushButton::clicked, plot, &DataPlot::slotDMarker);
+    connect(plot, &DataPlot::signalMarkerMoved, this, &VistrelMainWindow::slotMarkerMoved);
+    connect(plot, &DataPlot::signalZoomedToTimeBase, this, [this](int index) {
+        // The label and the scroll bar follow once, by the direct call.
+        const QSignalBlocker blocker(sliderTimeBase);
+        sliderTimeBase->setValue(index);
+        slotTimeBaseChanged(index);
+    });
 }
 
 void VistrelMainWindow::openCommandLineFile(const QStringList& arguments)
@@ -249,11 +263,35 @@ bool VistrelMainWindow::eventFilter(QObject* watched, QEvent* event)
     return QMainWindow::eventFilter(watched, event);
 }
 
-
 bool VistrelMainWindow::askYesNo(const QString& text)
 {
     QMessageBox box(QMessageBox::Warning, tr("Warning!"), text, QMessageBox::Yes | QMessageBox::No, this);
     box.setDefaultButton(QMessageBox::Yes);
     box.setEscapeButton(QMessageBox::No);
     return box.exec() == QMessageBox::Yes;
+}
+
+void VistrelMainWindow::slotMarkerMoved(int marker, double time)
+{
+    (marker == 1 ? pushButtonMarker1 : pushButtonMarker2)
+        ->setText(QString::asprintf("M%d: %0.3f s", marker, time));
+    pushButtonDMarker->setText(
+        QString::asprintf("dM: %0.3f s", plot->marker2()->xValue() - plot->marker1()->xValue()));
+    for (int row = 0; row < curves.size(); ++row) {
+        const PlotCurve* curve = curves[row].data();
+        if (!curve || curve->maxPoints == 0)
+            continue;
+        const double* x = curve->xValues.get();
+        const double* found = std::find_if(x, x + curve->maxPoints, [time](double t) { return t < time; });
+        if (found == x + curve->maxPoints)
+            continue;
+        const size_t i = size_t(found - x);
+        const double value = curve->yValues[i];
+        const double raw = curve->scale != 0.0 ? (value - curve->offset) / curve->scale : 0.0;
+        const QString text = QString::asprintf("%0.3f/%0.3f   [%0.3f s]", value, raw, x[i]);
+        if (marker == 1)
+            tableDescription->setM1(row, text);
+        else
+            tableDescription->setM2(row, text);
+    }
 }

@@ -171,6 +171,7 @@ protected:
 
 private slots:
     void slotCurveError(QString s);
+    void slotMarkerMoved(int marker, double time);
 
 private:
     // Import of recorded CAN data: a row's curve, sized for the frames of

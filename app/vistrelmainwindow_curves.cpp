@@ -79,9 +79,9 @@ QSharedPointer<PlotCurve> VistrelMainWindow::curveFromRow(int row)
     const int style = tableDescription->curveStyle(row);
     const bool visible = tableDescription->curveEnabled(row);
 
-    QSharedPointer<PlotCurve> curve(new PlotCurve(this, color, name, net, baud, canId, pos, dataType, mask,
-                                                  byteOrder, axis, scale, offset, unit, style, visible,
-                                                  plotSize, true));
+    QSharedPointer<PlotCurve> curve(new PlotCurve(plot, lineWidth, color, name, net, baud, canId, pos,
+                                                  dataType, mask, byteOrder, axis, scale, offset, unit, style,
+                                                  visible, plotSize, true));
     // Emitted on the capture thread, delivered here as a queued call.
     connect(curve.data(), &PlotCurve::signalThreadErrorMessage, this, &VistrelMainWindow::slotCurveError);
     return curve;

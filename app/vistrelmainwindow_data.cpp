@@ -124,11 +124,12 @@ QSharedPointer<PlotCurve> curveOfRow(VistrelMainWindow* window, int row, int poi
     if (config.is29Bit(row))
         canId += TESS_ID_29BIT;
     return QSharedPointer<PlotCurve>(new PlotCurve(
-        window, QColor(config.curveColor(row)), config.curveName(row), config.netNumber(row),
-        config.baud(row), canId, config.positionText(row).toInt(nullptr, 0), config.dataType(row),
-        config.maskText(row).toInt(nullptr, 0), config.byteOrder(row), config.valueAxis(row),
-        config.scaleText(row).toDouble(), config.offsetText(row).toDouble(), config.unitText(row),
-        description.curveStyle(row), description.curveEnabled(row), unsigned(points), false));
+        window->plot, window->lineWidth, QColor(config.curveColor(row)), config.curveName(row),
+        config.netNumber(row), config.baud(row), canId, config.positionText(row).toInt(nullptr, 0),
+        config.dataType(row), config.maskText(row).toInt(nullptr, 0), config.byteOrder(row),
+        config.valueAxis(row), config.scaleText(row).toDouble(), config.offsetText(row).toDouble(),
+        config.unitText(row), description.curveStyle(row), description.curveEnabled(row), unsigned(points),
+        false));
 }
 
 } // namespace

@@ -77,13 +77,14 @@ QSharedPointer<PlotCurve> VistrelMainWindow::importCurve(int row, unsigned point
     uint32_t canId = uint32_t(tableConfig->idText(row).toInt(nullptr, 0));
     if (tableConfig->is29Bit(row))
         canId += TESS_ID_29BIT;
-    return QSharedPointer<PlotCurve>(new PlotCurve(
-        this, QColor(tableConfig->curveColor(row)), tableConfig->curveName(row), tableConfig->netNumber(row),
-        tableConfig->baud(row), int(canId), tableConfig->positionText(row).toInt(nullptr, 0),
-        tableConfig->dataType(row), tableConfig->maskText(row).toInt(nullptr, 0), tableConfig->byteOrder(row),
-        tableConfig->valueAxis(row), tableConfig->scaleText(row).toDouble(),
-        tableConfig->offsetText(row).toDouble(), tableConfig->unitText(row),
-        tableDescription->curveStyle(row), tableDescription->curveEnabled(row), points, false));
+    return QSharedPointer<PlotCurve>(
+        new PlotCurve(plot, lineWidth, QColor(tableConfig->curveColor(row)), tableConfig->curveName(row),
+                      tableConfig->netNumber(row), tableConfig->baud(row), int(canId),
+                      tableConfig->positionText(row).toInt(nullptr, 0), tableConfig->dataType(row),
+                      tableConfig->maskText(row).toInt(nullptr, 0), tableConfig->byteOrder(row),
+                      tableConfig->valueAxis(row), tableConfig->scaleText(row).toDouble(),
+                      tableConfig->offsetText(row).toDouble(), tableConfig->unitText(row),
+                      tableDescription->curveStyle(row), tableDescription->curveEnabled(row), points, false));
 }
 
 void VistrelMainWindow::importRecordedData(const QString& fileName)

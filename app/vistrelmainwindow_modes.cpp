@@ -32,6 +32,7 @@ void VistrelMainWindow::setOperatingMode(int mode)
         pushButtonMarker1->setEnabled(on);
         pushButtonMarker2->setEnabled(on);
         pushButtonDMarker->setEnabled(on);
+        plot->setMarkersMovable(on);
     };
     switch (mode) {
     case ModeNone:

@@ -87,7 +87,8 @@ void VistrelMainWindow::startRun()
     // The last run's curves and points go without a question.
     curves.clear();
     for (int row = 0; row < tableDescription->rowCount(); ++row)
-        itemSave(tableDescription, row, TablePlotDescription::ColCurrentValue)->setData(Qt::BackgroundRole, QVariant());
+        itemSave(tableDescription, row, TablePlotDescription::ColCurrentValue)
+            ->setData(Qt::BackgroundRole, QVariant());
     for (int col = 0; col < TablePlotConfig::ColumnCount; ++col)
         tableConfig->setColumnLocked(col, true);
 
@@ -104,8 +105,10 @@ void VistrelMainWindow::startRun()
     m_timeOrigin = wallClockSeconds();
     showStartTime(m_timeOrigin);
 
-    for (const QSharedPointer<PlotCurve>& curve : qAsConst(curves))
-        curve->start(QThread::InheritPriority);
+    for (const QSharedPointer<PlotCurve>& curve : qAsConst(curves)) {
+        const bool knownNet = curve->net >= 0 && curve->net < int(nets.size());
+        curve->startCapture(knownNet ? nets[size_t(curve->net)] : NetInfo(), m_timeOrigin);
+    }
     refreshTimer->start(int(refreshTime));
     running = true;
     finishStartStop();

@@ -167,6 +167,7 @@ void VistrelMainWindow::slotFormConfigApplyClicked()
         if (row >= curves.size() || !curves.at(row))
             continue;
         PlotCurve& curve = *curves.at(row);
+        curve.setLineWidth(lineWidth);
         curve.setColor(QColor(tableConfig->curveColor(row)));
         curve.setAntialiased(antialiasing);
     }

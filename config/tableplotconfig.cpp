@@ -7,7 +7,6 @@
 #include "qcombotablesupportitem.h"
 #include "scaling.h"
 #include "tooltipsupportitem.h"
-#include "vistrelmainwindow.h"
 
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -91,7 +90,8 @@ const QStringList& TablePlotConfig::positionEntries()
     return entries;
 }
 
-TablePlotConfig::TablePlotConfig(VistrelMainWindow* mainWindow) : QTableWidget(), mainWindow(mainWindow)
+TablePlotConfig::TablePlotConfig(const NetTable& nets, const QVector<ValueAxisSettings*>& axisSettings)
+    : QTableWidget(), nets(nets), axisSettings(axisSettings)
 {
     // The two last columns keep the pattern names; the others get their own.
     for (int col = 0; col < ColumnCount; ++col)
@@ -330,7 +330,7 @@ void TablePlotConfig::addCurveRow(int nRow)
     generatorItem(nRow, ColBtr)->setData(Qt::TextAlignmentRole, alignCentre);
     setBaud(nRow, baud(nRow));
 
-    const QStringList netEntries = netListEntries(mainWindow->nets);
+    const QStringList netEntries = netListEntries(nets);
     QTableWidgetItem* checkItem = generatorItem(nRow, Col29Bit);
     checkItem->setFlags((checkItem->flags() | Qt::ItemIsUserCheckable) & ~Qt::ItemIsEditable);
     checkItem->setData(Qt::CheckStateRole, Qt::Unchecked);
@@ -379,7 +379,8 @@ void TablePlotConfig::rebuildCalcButtons()
 void TablePlotConfig::slotCalcCmd(int row)
 {
     if (!scaleDialog) {
-        scaleDialog = new MDialogScaleOffset(mainWindow);
+        // Owned by the window that shows the table.
+        scaleDialog = new MDialogScaleOffset(window());
         connect(scaleDialog, &MDialogScaleOffset::signalCalcAccept, this,
                 &TablePlotConfig::slotRefreshCalcDataInTable);
     }
@@ -412,7 +413,7 @@ void TablePlotConfig::slotDataTypeCurveSelection(int nRow)
 {
     const int type = dataType(nRow);
     const int axis = valueAxis(nRow) == 1 ? 1 : 0;
-    const ValueAxisSettings& viewport = *mainWindow->axisSettings[axis];
+    const ValueAxisSettings& viewport = *axisSettings[axis];
     const RawRange raw = dataTypeRawRange(type);
 
     double scale = 1.0;
@@ -478,8 +479,7 @@ QString TablePlotConfig::interfaceTooltip(int nRow)
 {
     const int net = netNumber(nRow);
     static const NetInfo noNet;
-    const NetInfo& info =
-        net >= 0 && net < int(mainWindow->nets.size()) ? mainWindow->nets[size_t(net)] : noNet;
+    const NetInfo& info = net >= 0 && net < int(nets.size()) ? nets[size_t(net)] : noNet;
     const TessStatus& status = info.status;
 
     QString text =

@@ -60,8 +60,9 @@ class TestCapture : public QObject
     // A curve of a Real32 at Pos 1, Intel, scaled by 0.5 with an offset of 1.
     QSharedPointer<PlotCurve> makeCurve(int net, int baud, int id, unsigned points = 1000)
     {
-        const auto curve = QSharedPointer<PlotCurve>::create(window.get(), Qt::red, "c", net, baud, id, 1, 6,
-                                                             0xFF, 0, 0, 0.5, 1.0, "", 0, true, points, true);
+        const auto curve =
+            QSharedPointer<PlotCurve>::create(window->plot, 1, Qt::red, "c", net, baud, id, 1, 6, 0xFF, 0, 0,
+                                              0.5, 1.0, "", 0, true, points, true);
         connect(
             curve.data(), &PlotCurve::signalThreadErrorMessage, this, [this](QString m) { messages << m; },
             Qt::QueuedConnection);
@@ -199,7 +200,7 @@ private slots:
         QCOMPARE(tessTestSetFailure(0, TESS_TEST_FAIL_ID_ADD, wait == 2 ? -1 : 0), 0);
         const auto curve = makeCurve(net, baud, id);
         if (wait >= 0)
-            curve->start();
+            curve->startCapture(window->nets[size_t(net)], window->timeOrigin());
         if (wait == 1)
             QCOMPARE(tessTestWaitForReaders(0, 1, 10000), 0);
         uint32_t setBaud = 0; // just before the id is added

@@ -87,7 +87,7 @@ class TestPlot : public QObject
                                         double scale = 1.0)
     {
         const auto curve = QSharedPointer<PlotCurve>::create(
-            window.get(), QColor(Qt::red), QStringLiteral("c"), 0, 2, 0x123, 1, 2, 0xFF, 0, 0, scale, 10.0,
+            window->plot, 1, QColor(Qt::red), QStringLiteral("c"), 0, 2, 0x123, 1, 2, 0xFF, 0, 0, scale, 10.0,
             QString(), 2, true, points, true);
         std::copy(x.begin(), x.end(), curve->xValues.get());
         std::copy(y.begin(), y.end(), curve->yValues.get());
