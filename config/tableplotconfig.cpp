@@ -56,6 +56,18 @@ constexpr int alignLeft = Qt::AlignLeft | Qt::AlignVCenter;
 constexpr int alignRight = Qt::AlignRight | Qt::AlignVCenter;
 constexpr int alignCentre = Qt::AlignHCenter | Qt::AlignVCenter;
 
+constexpr uint maxCanId = 0x1FFFFFFF;
+constexpr uint maxMask = 0xFF;
+constexpr uint maxBtrTiming = 0xFFFF;
+
+// True when the text reads as an unsigned number of the base, at most max.
+bool unsignedAtMost(const QString& text, int base, uint max)
+{
+    bool ok = false;
+    const uint value = text.toUInt(&ok, base);
+    return ok && value <= max;
+}
+
 } // namespace
 
 const QStringList& TablePlotConfig::baudEntries()
@@ -428,6 +440,43 @@ void TablePlotConfig::slotDataTypeCurveSelection(int nRow)
     setValueMaxText(nRow, ::scalingText(viewport.max));
     setOffsetText(nRow, ::scalingText(offset));
     setScaleText(nRow, ::scalingText(scale));
+}
+
+void TablePlotConfig::repairCell(int nRow, int nCol)
+{
+    switch (nCol) {
+    case ColBaud:
+    case ColBtr:
+        if (baud(nRow) < 0) {
+            // "BTR/hex" is read as hexadecimal, with or without "0x".
+            if (!unsignedAtMost(btrText(nRow), 16, maxBtrTiming))
+                setBtrText(nRow, QStringLiteral("0"));
+            setBtrCopyText(nRow, btrText(nRow));
+        }
+        // Writes the canonical form back: lower-case hexadecimal in BTR
+        // mode, "-----" otherwise; shows or hides the column.
+        setBaud(nRow, baud(nRow));
+        break;
+    case ColId:
+        if (!unsignedAtMost(idText(nRow), 0, maxCanId))
+            setIdText(nRow, QStringLiteral("0"));
+        break;
+    case ColPos: {
+        // A combo box without selection reads empty; the repair only
+        // reaches the item's stored text.
+        bool ok = false;
+        const int pos = positionText(nRow).toInt(&ok, 0);
+        if (!ok || pos < 1 || pos > 8)
+            setCellText(nRow, ColPos, QStringLiteral("1"));
+        break;
+    }
+    case ColMask:
+        if (!unsignedAtMost(maskText(nRow), 0, maxMask))
+            setMaskText(nRow, QStringLiteral("0"));
+        break;
+    default:
+        break;
+    }
 }
 
 void TablePlotConfig::deriveRawRange(int nRow)

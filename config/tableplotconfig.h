@@ -140,6 +140,12 @@ public:
     void removeCurveRow(int nRow);
     void removeAllRows();
 
+    // Replaces a value that fails its cell's check (Baud, BTR/hex, Id, Pos,
+    // Mask) without a message, and writes the baud in its canonical form.
+    // For every write of a cell; a repair writes the cell again and passes
+    // the second time.
+    void repairCell(int nRow, int nCol);
+
     // Repairs Scale, Offset and the scaled range of a row and computes its
     // raw range from them, for rows that come with Scale and Offset only.
     void deriveRawRange(int nRow);

@@ -6,8 +6,10 @@
 #include "datafile.h"
 #include "dataplot.h"
 #include "formstatusbar_resourcesreparent.h"
+#include "gui_support.h"
 #include "mformconfig.h"
 #include "plotcurve.h"
+#include "programoptions.h"
 #include "projectfile.h"
 #include "qcombotablesupportitem.h"
 #include "qlabelcompat.h"
@@ -51,7 +53,7 @@ QComboBox* combo(TablePlotConfig& c, int row, int col)
 // so that the edit rules follow.
 void addRow(VistrelMainWindow& w, const QString& cells)
 {
-    TablePlotConfig& c = *w.tableConfig;
+    TablePlotConfig& c = *w.tableConfig();
     c.setCurrentCell(c.rowCount() - 1, c.ColName);
     w.projectAddCurve();
     const int row = c.currentRow();
@@ -62,9 +64,9 @@ void addRow(VistrelMainWindow& w, const QString& cells)
         while (col < c.ColumnCount && c.columnInfo(col).key != key)
             ++col;
         if (key == "enable")
-            w.tableDescription->setCurveEnabled(row, n);
+            w.tableDescription()->setCurveEnabled(row, n);
         else if (key == "style")
-            w.tableDescription->setCurveStyleIndex(row, n);
+            w.tableDescription()->setCurveStyleIndex(row, n);
         else if (col == c.Col29Bit)
             c.set29Bit(row, n);
         else if (combo(c, row, col))
@@ -77,8 +79,8 @@ void addRow(VistrelMainWindow& w, const QString& cells)
 // The cells of a row by the same keys, then En, Style and Cnt.
 QString cells(VistrelMainWindow& w, int row)
 {
-    TablePlotConfig& c = *w.tableConfig;
-    TablePlotDescription& d = *w.tableDescription;
+    TablePlotConfig& c = *w.tableConfig();
+    TablePlotDescription& d = *w.tableDescription();
     QString text;
     for (int col = c.ColName; col <= c.ColValueMax; ++col) {
         QComboBox* box = combo(c, row, col);
@@ -96,17 +98,17 @@ QString cells(VistrelMainWindow& w, int row)
 QString state(VistrelMainWindow& w)
 {
     QStringList rows;
-    for (int row = 0; row < w.tableConfig->rowCount(); ++row)
-        rows << w.tableConfig->curveName(row);
-    const ValueAxisSettings &l = *w.axisSettings[0], &r = *w.axisSettings[1];
+    for (int row = 0; row < w.tableConfig()->rowCount(); ++row)
+        rows << w.tableConfig()->curveName(row);
+    const ValueAxisSettings &l = *w.axisSettings()[0], &r = *w.axisSettings()[1];
     return QString("rows=%1 curves=%2 prj=%3 dat=%4 mode=%5 ")
                .arg(rows.join(','))
-               .arg(w.curves.size())
+               .arg(w.curves().size())
                .arg(QFileInfo(w.currentProjectFileName()).fileName(),
                     QFileInfo(w.currentDataFileName()).fileName(),
                     w.statusBarLabels()->textLabelMode->text()) +
-           QString::asprintf("size=%u axes=%g,%g,%g,%d,%d %g,%g,%g,%d,%d", w.plotSize, l.min, l.max, l.step,
-                             l.visible, l.grid, r.min, r.max, r.step, r.visible, r.grid);
+           QString::asprintf("size=%u axes=%g,%g,%g,%d,%d %g,%g,%g,%d,%d", w.options().plotSize, l.min, l.max,
+                             l.step, l.visible, l.grid, r.min, r.max, r.step, r.visible, r.grid);
 }
 
 const QString defaultSizeAndAxes = "size=5000 axes=-100,100,10,1,1 0,100,10,0,0";
@@ -179,9 +181,10 @@ QString describe(const Settings& s)
 // The settings in force; the picker must follow marker 1.
 QString inForce(const VistrelMainWindow& w)
 {
-    const DataPlot& p = *w.plot;
+    const DataPlot& p = *w.plot();
     return describe({p.canvasColor(), p.grid()->majorPen().color(), p.marker1Color(), p.marker2Color(),
-                     w.plotSize, w.refreshTime, w.lineWidth, w.continuousScroll, w.antialiasing}) +
+                     w.options().plotSize, w.options().refreshTime, w.options().lineWidth,
+                     w.options().continuousScroll, w.options().antialiasing}) +
            (p.picker()->rubberBandPen().color() == p.marker1Color() ? "" : " picker differs");
 }
 
@@ -223,7 +226,7 @@ MFormConfig* runOptions(VistrelMainWindow& w, const std::function<void(MFormConf
         action(*dialog);
         dialog->buttonCancel->click();
     });
-    w.projectOptionsAction->trigger();
+    GuiSupport::child<QAction>(&w, "projectOptionsAction")->trigger();
     return dialog;
 }
 
@@ -270,12 +273,12 @@ void TestFileIo::dataRoundTrip()
            "name=Level net=2 baud=14 btr01=1c id=0x18FEF100 Id29Bit=1 pos=2 datatype=1 mask=0x0F intmot=1 "
            "axis=1 enable=0 style=2");
     for (int row = 0; row < 2; ++row) {
-        PlotCurve& curve = *source->curves[row];
+        PlotCurve& curve = *source->curves()[row];
         for (int i = 0; i < 3; ++i)
             curve.xValues[size_t(i)] = 3 - i, curve.yValues[size_t(i)] = 10 * i + row;
         curve.plotItem->setRawSamples(curve.xValues.get(), curve.yValues.get(), 3);
     }
-    *source->axisSettings[1] = {-1.5, 3.25, 0.25, true, true};
+    *source->axisSettings()[1] = {-1.5, 3.25, 0.25, true, true};
     source->setTimeOrigin(3600.25);
     source->setRunTime(42.5);
     const QString path = TestSupport::temporaryPath("round.vtldat");
@@ -316,13 +319,13 @@ void TestFileIo::dataRoundTrip()
                                .replace("id=0x18FEF100", "id=419361024")
                                .replace("mask=0x0F", "mask=15")
                                .replace("cnt=", "cnt=3"));
-    QCOMPARE(pointsOf(*w->curves[1]), (QVector<double>{3, 2, 1, 1, 11, 21}));
-    QCOMPARE(w->plot->timeScaleEnd(), 42.5);
+    QCOMPARE(pointsOf(*w->curves()[1]), (QVector<double>{3, 2, 1, 1, 11, 21}));
+    QCOMPARE(w->plot()->timeScaleEnd(), 42.5);
     QCOMPARE(w->statusBarLabels()->textLabelStartTime->text().right(12), QStringLiteral("01:00:00.250"));
     // Net and Baud are locked; Start stays off.
-    QVERIFY(!combo(*w->tableConfig, 0, TablePlotConfig::ColNet)->isEnabled());
-    QVERIFY(!combo(*w->tableConfig, 0, TablePlotConfig::ColBaud)->isEnabled());
-    QVERIFY(!w->pushButtonStartStop->isEnabled());
+    QVERIFY(!combo(*w->tableConfig(), 0, TablePlotConfig::ColNet)->isEnabled());
+    QVERIFY(!combo(*w->tableConfig(), 0, TablePlotConfig::ColBaud)->isEnabled());
+    QVERIFY(!GuiSupport::child<QPushButton>(&*w, "pushButtonStartStop")->isEnabled());
 }
 
 void TestFileIo::projectRoundTrip()
@@ -332,7 +335,7 @@ void TestFileIo::projectRoundTrip()
     addRow(*source,
            "name=Rpm net=2 baud=14 btr01=1c id=291 Id29Bit=1 pos=7 datatype=1 mask=255 intmot=1 axis=1 "
            "scale=2 enable=0 style=2");
-    *source->axisSettings[1] = {-1.5, 3.25, 0.25, true, true};
+    *source->axisSettings()[1] = {-1.5, 3.25, 0.25, true, true};
     const QString path = TestSupport::temporaryPath("roundvtlprj"); // a name without dot
     source->writeProjectFile(path);
 
@@ -353,7 +356,7 @@ void TestFileIo::projectRoundTrip()
                         "-1.5,3.25,0.25,1,1");
     for (int row = 0; row < 2; ++row)
         QCOMPARE(cells(*w, row), cells(*source, row));
-    QCOMPARE(w->curves[1]->plotItem->yAxis(), int(QwtPlot::yRight));
+    QCOMPARE(w->curves()[1]->plotItem->yAxis(), int(QwtPlot::yRight));
 }
 
 void TestFileIo::import()
@@ -365,7 +368,9 @@ void TestFileIo::import()
     addRow(*w, "name=signed id=0x100 pos=1 datatype=2 scale=0.5 offset=1");
     addRow(*w, "name=unsigned id=256 pos=1 datatype=1 scale=1 offset=0");
     addRow(*w, "name=29-bit id=0x100 Id29Bit=1 datatype=1 scale=1 offset=0");
-    w->antialiasing = true;
+    ProgramOptions options = w->options();
+    options.antialiasing = true;
+    w->setOptions(options);
     w->importRecordedData(
         writeFile("three.txt",
                   logLines({"12:00:00 0 1365 _ 1", "12:00:00 125 256 _ 0,12,0", "12:00:01 250 256 _ 1,ff,ff",
@@ -376,13 +381,13 @@ void TestFileIo::import()
     // The live point, then the samples newest first, times from the first
     // frame of the log; Integer16 at "Pos" 2 reads 0x0012, 0xFFFF, and 0
     // from a frame too short for it.
-    QCOMPARE(pointsOf(*w->curves[0]), (QVector<double>{3.0, 2.5, 1.25, 0.125, 0, 0, 0.5, 10}));
-    QCOMPARE(pointsOf(*w->curves[1]).mid(4), (QVector<double>{0, 0, 255, 18}));
-    QCOMPARE(pointsOf(*w->curves[2]), (QVector<double>{3.0, 2.5, 9.0, 9.0}));
+    QCOMPARE(pointsOf(*w->curves()[0]), (QVector<double>{3.0, 2.5, 1.25, 0.125, 0, 0, 0.5, 10}));
+    QCOMPARE(pointsOf(*w->curves()[1]).mid(4), (QVector<double>{0, 0, 255, 18}));
+    QCOMPARE(pointsOf(*w->curves()[2]), (QVector<double>{3.0, 2.5, 9.0, 9.0}));
     QCOMPARE(cells(*w, 1).right(5), QStringLiteral("cnt=4"));
-    QVERIFY(w->curves[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
+    QVERIFY(w->curves()[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
     QCOMPARE(w->statusBarLabels()->textLabelStartTime->text().right(12), QStringLiteral("12:00:00.000"));
-    QCOMPARE(w->plot->timeScaleEnd(), 3.0);
+    QCOMPARE(w->plot()->timeScaleEnd(), 3.0);
 }
 
 // Questions and messages, answered in turn, and what stays after them. The
@@ -668,8 +673,8 @@ void TestFileIo::optionsDialog()
         "#102030 #405060 #708090 #129abc size=5000 refresh=250 width=1 scroll=1 antialiasing=0";
     QCOMPARE(inForce(w), applied);
     QCOMPARE(inFile(), describe(custom));
-    QCOMPARE(w.curves[0]->plotItem->pen().width(), 1);
-    QVERIFY(!w.curves[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
+    QCOMPARE(w.curves()[0]->plotItem->pen().width(), 1);
+    QVERIFY(!w.curves()[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
 
     // The same dialog, showing what is in force.
     QCOMPARE(runOptions(w, [](MFormConfig& d) { d.buttonApply->click(); }), dialog);
