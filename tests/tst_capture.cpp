@@ -336,6 +336,65 @@ private slots:
         QCOMPARE(window->currentOperatingMode(), int(ModeNone));
     }
 
+    // Pause holds plot and cells while capture goes on; the tick after it brings everything.
+    void pauseHoldsTheView()
+    {
+        openWindow(nets);
+        addRow({});
+        startStop();
+        QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+        const TessFrameT frames[] = {frameT(0x100, {1, 0}), frameT(0x100, {2, 0}), frameT(0x100, {3, 0})};
+        QCOMPARE(tessTestInjectT(0, frames, 1), 0);
+        QTRY_COMPARE(cell(Description::ColCount), QStringLiteral("1"));
+        GuiSupport::child<QPushButton>(&*window, "pushButtonPause")->click();
+        QCOMPARE(window->currentOperatingMode(), int(ModePause));
+        QCOMPARE(tessTestInjectT(0, frames + 1, 2), 0);
+        PlotCurve& curve = *window->curves().at(0);
+        QTRY_COMPARE(ringFrames(curve).size(), size_t(3));
+        QTest::qWait(150); // several ticks
+        QCOMPARE(cell(Description::ColCount) + cell(Description::ColRawValue), QStringLiteral("11.000"));
+        QCOMPARE(curve.plotItem->dataSize(), size_t(2));
+        GuiSupport::child<QPushButton>(&*window, "pushButtonPause")->click();
+        QTRY_COMPARE(cell(Description::ColCount) + cell(Description::ColRawValue), QStringLiteral("33.000"));
+    }
+
+    // Scale 1, offset 0: a value at an axis limit is inside; one beyond flags the "Current Value" cell
+    // for as long as the ring holds it. The right axis counts, shown or not.
+    void outOfViewportFlag_data()
+    {
+        QTest::addColumn<int>("axis");
+        QTest::addColumn<QList<int>>("values"); // oldest first
+        QTest::addColumn<bool>("flagged");
+        QTest::newRow("at both limits") << 0 << QList<int>{-100, 100} << false;
+        QTest::newRow("above the maximum") << 0 << QList<int>{101} << true;
+        QTest::newRow("below the minimum, newest inside") << 0 << QList<int>{-101, 0} << true;
+        QTest::newRow("right axis, below 0") << 1 << QList<int>{-1} << true;
+        QTest::newRow("right axis, at 100") << 1 << QList<int>{0, 100} << false;
+    }
+
+    void outOfViewportFlag()
+    {
+        QFETCH(int, axis);
+        QFETCH(QList<int>, values);
+        QFETCH(bool, flagged);
+        openWindow(nets);
+        addRow({});
+        window->tableConfig()->setValueAxis(0, axis);
+        window->tableConfig()->setScaleText(0, "1");
+        window->tableConfig()->setOffsetText(0, "0");
+        startStop();
+        QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+        std::vector<TessFrameT> frames;
+        for (const int v : values)
+            frames.push_back(frameT(0x100, {uint8_t(v & 0xFF), uint8_t((v >> 8) & 0xFF)}));
+        QCOMPARE(tessTestInjectT(0, frames.data(), int(frames.size())), 0);
+        QTRY_COMPARE(cell(Description::ColCount), QString::number(values.size()));
+        startStop();
+        QTableWidgetItem* item = window->tableDescription()->item(0, Description::ColCurrentValue);
+        QCOMPARE(item->background().color() == Qt::red, flagged);
+        QCOMPARE(item->toolTip(), flagged ? "curve has values out of viewport range" : "");
+    }
+
     // Closing the window during a run asks; No goes on running, Yes stops and closes.
     void closingDuringRunAsks()
     {

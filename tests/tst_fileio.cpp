@@ -3,6 +3,7 @@
 // files are made with the codecs (logs, which the program only reads, by
 // hand); what is checked is what the window makes of them: rows and cells,
 // questions and messages, file names, the mode, the settings in force.
+#include "controller_support.h"
 #include "datafile.h"
 #include "dataplot.h"
 #include "formstatusbar_resourcesreparent.h"
@@ -242,6 +243,9 @@ private slots:
     void dataRoundTrip();
     void projectRoundTrip();
     void import();
+    void oldestDataFileCells();
+    void importAborted_data();
+    void importAborted();
     void messages_data();
     void messages();
     void dialogs_data();
@@ -388,6 +392,63 @@ void TestFileIo::import()
     QVERIFY(w->curves()[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
     QCOMPARE(w->statusBarLabels()->textLabelStartTime->text().right(12), QStringLiteral("12:00:00.000"));
     QCOMPARE(w->plot()->timeScaleEnd(), 3.0);
+}
+
+// The oldest version has no mask, axis or enable: 0xFF, the left axis and
+// on. Scale and Offset are "%f" of the stored doubles, the raw range follows
+// from them; the stored net number is taken as a list position.
+void TestFileIo::oldestDataFileCells()
+{
+    const auto w = makeWindow();
+    const DataCurveRecordV1 record{0, 840 + 32, "#ff0000", "old", 2, 4, 0x100 | TESS_ID_29BIT, 3, 3,
+                                   1, 0.5,      -2.0,      "bar", 1, 2};
+    const double xy[] = {2.0, 1.0};
+    w->readDataFile(writeFile("old.vtldat", encodeDataHeaderV1({0, 24, 0.0, 2.0}) +
+                                                encodeDataCurveRecordV1(record) +
+                                                QByteArray(reinterpret_cast<const char*>(xy), 16) +
+                                                QByteArray(reinterpret_cast<const char*>(xy), 16)));
+    QCOMPARE(cells(*w, 0),
+             "name=old net=2 baud=4 btr01=----- id=256 Id29Bit=1 pos=2 datatype=3 mask=0xFF "
+             "intmot=1 axis=0 scale=0.500000 offset=-2.000000 unit=bar calc= raw_value_min=-196 "
+             "raw_value_max=204 value_min=-100 value_max=100 en=1 style=1 cnt=2");
+    QCOMPARE(pointsOf(*w->curves()[0]), (QVector<double>{2, 1, 2, 1}));
+}
+
+// Abort in the progress of reading, or of converting the second row: the
+// curves read so far stay, the others are empty or missing; no message, no
+// name, no mode.
+void TestFileIo::importAborted_data()
+{
+    QTest::addColumn<QString>("progress");
+    QTest::addColumn<QString>("points"); // of each curve, and whether its arrays start with zeros
+    QTest::newRow("reading") << "Read file ..."
+                             << "";
+    QTest::newRow("converting row 1") << "Convert data from Config(1) ..."
+                                      << "3,0 1,1 ";
+}
+
+void TestFileIo::importAborted()
+{
+    QFETCH(QString, progress);
+    QFETCH(QString, points);
+    TestSupport::Parts p;
+    for (int row = 0; row < 3; ++row)
+        p.addRow();
+    QStringList labels;
+    p.prompt.keepGoing = [&](const QString& label, int) {
+        labels << label;
+        return label != progress;
+    };
+    p.documents.importRecordedData(
+        writeFile("abort.txt", logLines({"10:00:00 0 0 _ 1", "10:00:01 0 0 _ 2"})));
+    QString shown;
+    for (const QSharedPointer<PlotCurve>& curve : p.curves.curves())
+        shown +=
+            QString("%1,%2 ").arg(curve->pointCount()).arg(curve->xValues[0] == 0 && curve->yValues[1] == 0);
+    QCOMPARE(shown, points);
+    QCOMPARE(labels.last(), progress);
+    QCOMPARE(p.prompt.asked, QStringList());
+    QCOMPARE(p.documents.dataFileName(), QString());
 }
 
 // Questions and messages, answered in turn, and what stays after them. The
