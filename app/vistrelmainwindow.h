@@ -12,24 +12,32 @@
 
 #include <array>
 #include <memory>
-#include <vector>
 
+class CurveSet;
 class DataPlot;
+class DocumentController;
 class FormStatusBar_ResourcesReparent;
+class IFPrompt;
 class MFormAbout;
 class MFormConfig;
 class PlotCurve;
 class QMenu;
 class QTimer;
+class RunController;
+class SettingsController;
 class TablePlotConfig;
 class TablePlotDescription;
-struct Settings;
+class TimeBaseController;
+struct ProgramOptions;
 
-// The hub of the program: owns the tables, the plot, the status bar labels,
-// the refresh timer, the curves and the record of every CAN net. All user
-// actions arrive here as slots; the member functions are spread over
-// several files by concern (vistrelmainwindow_*.cpp).
-class VistrelMainWindow : public QMainWindow, public Ui_VistrelMainWindowBase
+// The hub of the program: builds the form, the plot, the tables and the
+// status bar labels, and wires them to the controllers that own the state:
+// the run (RunController), the time axis (TimeBaseController), the curves
+// (CurveSet), the files (DocumentController) and the settings
+// (SettingsController). All user actions arrive here as slots and are
+// forwarded. What the window itself keeps: the record of every net, the two
+// value axes, the operating mode and the enabling of the actions.
+class VistrelMainWindow : public QMainWindow, private Ui_VistrelMainWindowBase
 {
     Q_OBJECT
 
@@ -40,12 +48,29 @@ public:
     // Opens the file that the command line names, if any.
     void openCommandLineFile(const QStringList& arguments);
 
+    // What the plot, the tables and the curves share.
+    DataPlot* plot() const { return m_plot; }
+    const QVector<QSharedPointer<PlotCurve>>& curves() const;
+    TablePlotConfig* tableConfig() const { return m_tableConfig; }
+    TablePlotDescription* tableDescription() const { return m_tableDescription; }
+    const NetTable& nets() const { return m_nets; }
+    const QVector<ValueAxisSettings*>& axisSettings() const { return m_axisSettings; }
+    QTimer* refreshTimer() const;
+    // refreshTime, plotSize, lineWidth, continuousScroll, antialiasing.
+    const ProgramOptions& options() const;
+    // The numbers as the options dialog's Apply sets them; the curves take
+    // the line width and the antialiasing at once.
+    void setOptions(const ProgramOptions& options);
+    bool isRunning() const;
+    FormStatusBar_ResourcesReparent* statusBarLabels() const { return statusBarForm.get(); }
+    MFormConfig* optionsDialog() const;
+
     // Clock and time state.
     double elapsedSeconds() const;
-    double timeOrigin() const { return m_timeOrigin; }
-    void setTimeOrigin(double origin) { m_timeOrigin = origin; }
-    double runTime() const { return m_runTime; }
-    void setRunTime(double seconds) { m_runTime = seconds; }
+    double timeOrigin() const;
+    void setTimeOrigin(double origin);
+    double runTime() const;
+    void setRunTime(double seconds);
 
     // Modes and actions.
     int currentOperatingMode() const { return operatingMode; }
@@ -59,111 +84,56 @@ public:
     void showTimes(double time, double seconds);
     void setProjectFileName(const QString& name);
     void setDataFileName(const QString& name);
-    const QString& currentProjectFileName() const { return projectFileName; }
-    const QString& currentDataFileName() const { return dataFileName; }
-    FormStatusBar_ResourcesReparent* statusBarLabels() const { return statusBarForm.get(); }
+    const QString& currentProjectFileName() const;
+    const QString& currentDataFileName() const;
 
-    // Value axes and the viewport dialog.
-    void openAxisDialog(int tab);
-
-    // Time base and scrolling: the view at Start, and the view that follows
-    // a run at each refresh (one replot, then the scroll bar).
-    void setTimeAxisForStart();
-    void followRun();
-
-    // Curves: a curve exists as a row of each table and as curves[row].
+    // Curves: a curve exists as a row of each table and as curves()[row].
     void createCurve(int row);
     void eraseCurve(int row);
 
-    // Project file: the configuration of both tables and the value axes.
+    // Files.
     void writeProjectFile(const QString& fileName);
     void readProjectFile(const QString& fileName);
-
-    // Data file: a recording with its configuration.
     void writeDataFile(const QString& fileName);
     void readDataFile(const QString& fileName);
-
-    // Import of recorded CAN data: turns the frames of a recorder's log into
-    // the points of the rows' curves.
     void importRecordedData(const QString& fileName);
 
-    // Settings file: plot colours and the numbers below.
-    void applyDefaultSettings();
-    void readSettings();
-    void writeSettings();
-
-    // What the plot, the tables and the curves share with the window. They
-    // are written on the user interface thread only while no capture thread
-    // runs.
-    DataPlot* plot = nullptr;
-    QVector<QSharedPointer<PlotCurve>> curves;
-    TablePlotConfig* tableConfig = nullptr;
-    TablePlotDescription* tableDescription = nullptr;
-    NetTable nets;
-    QVector<ValueAxisSettings*> axisSettings; // left, right
-    unsigned refreshTime = 250;               // ms
-    unsigned plotSize = 5000;                 // points of a new curve
-    // The largest plotSize a file may set: ten times the options dialog's
-    // limit. Bigger values only come from damaged files, and would make
-    // every new curve allocate an absurd amount.
-    static constexpr unsigned largestPlotSize = 1000000;
-    bool continuousScroll = true;
-    int lineWidth = 1;
-    bool antialiasing = false;
-    bool fitScaleToViewport = false;
-    bool running = false;
-    QTimer* refreshTimer = nullptr;
-
-    // Printing, the about box and the manual: the about box while it is
-    // open, null otherwise.
-    MFormAbout* aboutDialog = nullptr;
+    // The value axes: the viewport dialog on the left or right axis's tab.
+    void openAxisDialog(int tab);
 
 public slots:
     void projectNew();
-    // Project file.
     void projectOpen();
     void projectSave();
     void projectSaveAs();
+    void projectAddCurve();
+    void projectDeleteCurve();
+    void projectCalculate();
+    void projectOptions();
+    void projectPrint();
     void projectExit();
-    // Data file.
     void dataSave();
     void dataSaveAs();
     void dataLoad();
-    // Import of recorded CAN data.
     void dataImport();
-    // Value axes and the viewport dialog.
-    void on_projectCustom_AxisAction_triggered(bool checked);
-    void slotAxisSettingsUpdated();
-    // Time base and scrolling.
-    void slotTimeBaseChanged(int val);
-    void slotScrollTimeChanged(int val);
-    // Curves: adding, deleting, "En" and "Style".
-    void projectAddCurve();
-    void projectDeleteCurve();
-    void slotValueChangedTablePlotDescription(int row, int col);
-    // Cell editing rules of the configuration table and the scaling dialog.
-    void projectCalculate();
-    void slotValueChangedTablePlotConfig(int row, int col);
-    void slotClickedTablePlotConfig(int row, int col);
-    void slotDoubleClickedTablePlotConfig(int row, int col);
-    void slotTablePlotConfigMenu();
-
-    // Run control and the refresh cycle.
-    void slotStartStop();
-    void slotPause();
-    void slotTimeout();
-
-    // Settings file and the options dialog.
-    void projectOptions();
     void slotFormConfigOkClicked();
     void slotFormConfigCancelClicked();
     void slotFormConfigApplyClicked();
-
-    // Printing, the about box and the manual.
-    void projectPrint();
     void helpAbout();
     void helpContents();
     void helpIndex();
+    void slotValueChangedTablePlotConfig(int row, int col);
+    void slotClickedTablePlotConfig(int row, int col);
+    void slotDoubleClickedTablePlotConfig(int row, int col);
+    void slotValueChangedTablePlotDescription(int row, int col);
+    void slotStartStop();
+    void slotPause();
+    void slotTimeBaseChanged(int val);
+    void slotTimeout();
+    void slotScrollTimeChanged(int val);
+    void slotTablePlotConfigMenu();
+    void on_projectCustom_AxisAction_triggered(bool checked);
+    void slotAxisSettingsUpdated();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -171,50 +141,39 @@ protected:
 
 private slots:
     void slotCurveError(QString s);
+    // The texts of the marker buttons.
+    void slotMarkerMoved(int marker, double time);
+    void slotFileNamesChanged();
+    void slotCurveCreated();
+    void slotCurveErased();
 
 private:
-    // Import of recorded CAN data: a row's curve, sized for the frames of
-    // its id.
-    QSharedPointer<PlotCurve> importCurve(int row, unsigned points);
-
-    // The curve that a row's cells describe, not yet in curves.
-    QSharedPointer<PlotCurve> curveFromRow(int row);
-    // Run control: the first failing check at Start, or an empty text.
-    QString startCheckFailure();
-    void startRun();
-    void stopRun();
-    // What Start and Stop share at their end: Calc buttons, actions.
-    void finishStartStop();
-
+    void createTables();
+    void createControllers();
     void dressSplitterHandle();
-    void scanNets();
     void moveLabelsIntoStatusBar();
-    void prepareRunControls();
     void connectSignals();
-    // Asks a Yes/No question with the program's "Warning!" box; Yes is the
-    // default button, No the escape button.
-    bool askYesNo(const QString& text);
 
+    std::unique_ptr<IFPrompt> prompt;
+    NetTable m_nets;
     std::array<std::unique_ptr<ValueAxisSettings>, 2> axisRecords;
-    std::unique_ptr<FormStatusBar_ResourcesReparent> statusBarForm;
-    QMenu* tableMenu = nullptr;
+    QVector<ValueAxisSettings*> m_axisSettings; // left, right
+    bool fitScaleToViewport = false;
     int operatingMode = 0;
-    double m_timeOrigin = 0.0;
-    double m_runTime = 0.0;
-    double nextPageEnd = 0.0;
-    // Lowest and highest value of each curve at the last refresh; sized at
-    // Start so that the refresh allocates nothing.
-    std::vector<double> curveLowest;
-    std::vector<double> curveHighest;
-    QString projectFileName;
-    QString dataFileName;
-    QString settingsDir;
+    std::unique_ptr<FormStatusBar_ResourcesReparent> statusBarForm;
+    DataPlot* m_plot = nullptr;
+    TablePlotConfig* m_tableConfig = nullptr;
+    TablePlotDescription* m_tableDescription = nullptr;
+    QMenu* tableMenu = nullptr;
+    // The about box while it is open, null otherwise.
+    MFormAbout* aboutDialog = nullptr;
 
-    // Settings file and the options dialog.
-    Settings currentSettings() const;
-    void applySettings(const Settings& settings);
-    void showSettingsError(const QString& text);
-    MFormConfig* optionsDialog = nullptr; // made at first use, kept
+    // Children of the window, made in this order: each knows only those before it.
+    SettingsController* settings = nullptr;
+    CurveSet* curveSet = nullptr;
+    TimeBaseController* timeBase = nullptr;
+    RunController* run = nullptr;
+    DocumentController* documents = nullptr;
 };
 
 #endif // VISTRELMAINWINDOW_H

@@ -9,11 +9,11 @@
 // the run fails only if a frame was lost.
 
 #include "curvelock.h"
+#include "dataplot.h"
 #include "netinfo.h"
 #include "plotcurve.h"
 #include "tessbus_test.h"
 #include "timestampedread.h"
-#include "vistrelmainwindow.h"
 #include "wallclock.h"
 
 #include <QApplication>
@@ -99,13 +99,13 @@ Figure median(std::vector<Figure> runs)
 }
 
 // One capture thread of a curve on net, with a ring that holds every frame.
-Figure captureRun(VistrelMainWindow& window, int net)
+Figure captureRun(DataPlot& plot, NetTable& nets, int net)
 {
-    refreshNetStatus(window.nets[size_t(net)], timestampedReadStatus);
+    refreshNetStatus(nets[size_t(net)], timestampedReadStatus);
     const auto curve =
-        QSharedPointer<PlotCurve>::create(&window, QColor(Qt::blue), QStringLiteral("bench"), net, 2, canId,
+        QSharedPointer<PlotCurve>::create(&plot, 1, QColor(Qt::blue), QStringLiteral("bench"), net, 2, canId,
                                           1, 2, 0xFF, 0, 0, 1.0, 0.0, QString(), 0, true, frameCount, false);
-    curve->start();
+    curve->startCapture(nets[size_t(net)], wallClockSeconds());
     if (tessTestWaitForReaders(net, 1, 10000) != 0) {
         std::fprintf(stderr, "the capture thread did not start reading\n");
         return {};
@@ -209,14 +209,19 @@ int main(int argc, char** argv)
     QApplication application(argc, argv);
     QStandardPaths::setTestModeEnabled(true);
     previousHandler = qInstallMessageHandler(countLost);
-    VistrelMainWindow window;
+    // What the program does at start: the timestamped read, then the nets.
+    timestampedReadStatus = lookUpTimestampedRead();
+    NetTable nets;
+    for (int net = 0; net < 3; ++net)
+        scanNet(nets[size_t(net)], net, timestampedReadStatus);
+    DataPlot plot(10.0);
 
     std::vector<Figure> copies, drivers, software, hardware;
     for (int round = 0; round < repetitions; ++round) {
         copies.push_back(memcpyRun());
         drivers.push_back(driverOnlyRun(2));
-        software.push_back(captureRun(window, 0));
-        hardware.push_back(captureRun(window, 1));
+        software.push_back(captureRun(plot, nets, 0));
+        hardware.push_back(captureRun(plot, nets, 1));
     }
 
     const Figure copy = median(copies);

@@ -23,6 +23,7 @@
 #include "fastplotcurve.h"
 #include "framedecode.h"
 #include "plotcurve.h"
+#include "programoptions.h"
 #include "tableplotconfig.h"
 #include "tableplotdescription.h"
 #include "timebase.h"
@@ -35,6 +36,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QSlider>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
@@ -185,7 +187,7 @@ class ItemSwitch
 public:
     explicit ItemSwitch(VistrelMainWindow& window) : window(window)
     {
-        for (const QSharedPointer<PlotCurve>& curve : qAsConst(window.curves)) {
+        for (const QSharedPointer<PlotCurve>& curve : qAsConst(window.curves())) {
             own.push_back(curve->plotItem);
             plain.push_back(std::make_unique<QwtPlotCurve>());
         }
@@ -194,15 +196,15 @@ public:
 
     void use(bool usePlain)
     {
-        for (int i = 0; i < window.curves.size(); ++i) {
-            PlotCurve& curve = *window.curves[i];
+        for (int i = 0; i < window.curves().size(); ++i) {
+            PlotCurve& curve = *window.curves()[i];
             QwtPlotCurve* wanted = usePlain ? plain[size_t(i)].get() : own[size_t(i)];
             if (curve.plotItem == wanted)
                 continue;
             copyItemSettings(*curve.plotItem, *wanted);
             wanted->setRawSamples(curve.xValues.get(), curve.yValues.get(), int(curve.plotItem->dataSize()));
             curve.plotItem->detach();
-            wanted->attach(window.plot);
+            wanted->attach(window.plot());
             curve.plotItem = wanted;
         }
     }
@@ -272,7 +274,7 @@ double measureReplots(VistrelMainWindow& window)
     for (int i = 0; i < 9; ++i) {
         QElapsedTimer timer;
         timer.start();
-        window.plot->replot();
+        window.plot()->replot();
         ms.push_back(double(timer.nsecsElapsed()) / 1e6);
     }
     return median(ms);
@@ -290,8 +292,8 @@ Cost measureTicks(VistrelMainWindow& window, std::vector<FrameFeed>& feeds, Pain
     total.start();
     *paintedEveryTick = true;
     for (int tick = 0; tick < (ticks > 0 ? ticks : 100) + 2; ++tick) {
-        for (int i = 0; i < window.curves.size(); ++i)
-            feeds[size_t(i)].append(*window.curves[i], framesPerTick);
+        for (int i = 0; i < window.curves().size(); ++i)
+            feeds[size_t(i)].append(*window.curves()[i], framesPerTick);
         // The record ends at the present, whenever the tick runs.
         window.setTimeOrigin(wallClockSeconds() - feeds.front().newestSeconds());
         const int paintsBefore = counter.paints;
@@ -347,10 +349,12 @@ int main(int argc, char** argv)
     };
 
     VistrelMainWindow window;
-    window.lineWidth = lineWidth;
+    ProgramOptions options = window.options();
+    options.lineWidth = lineWidth;
+    window.setOptions(options);
     window.show();
-    window.plot->setFixedSize(1200, 600);
-    auto* canvas = qobject_cast<QwtPlotCanvas*>(window.plot->canvas());
+    window.plot()->setFixedSize(1200, 600);
+    auto* canvas = qobject_cast<QwtPlotCanvas*>(window.plot()->canvas());
     // The tick's replot paints at once instead of at the next paint event,
     // so that the painting is part of the measured tick.
     canvas->setPaintAttribute(QwtPlotCanvas::ImmediatePaint, true);
@@ -360,7 +364,7 @@ int main(int argc, char** argv)
 
     std::printf("Refresh tick: snapshot, decode, live point, cells, replot and paint; offscreen.\n");
     std::printf("Plot %dx%d, canvas %dx%d; %g s of frames: a slow wave with %g %% noise and spikes.\n",
-                window.plot->width(), window.plot->height(), canvas->contentsRect().width(),
+                window.plot()->width(), window.plot()->height(), canvas->contentsRect().width(),
                 canvas->contentsRect().height(), recordSeconds, noisePercent);
     std::printf("Curve pens %d pixel%s wide.\n", lineWidth, lineWidth == 1 ? "" : "s");
     std::printf("Before each tick every curve gets %u new frames, which push out as many old ones.\n",
@@ -390,21 +394,22 @@ int main(int argc, char** argv)
                 continue;
             if (only.size() == 4 && (only[0].toInt() != curves || only[1].toUInt() != plotSize))
                 continue;
-            while (!window.curves.isEmpty()) {
-                window.tableConfig->removeCurveRow(0);
-                window.tableDescription->removeRow(0);
+            while (!window.curves().isEmpty()) {
+                window.tableConfig()->removeCurveRow(0);
+                window.tableDescription()->removeRow(0);
                 window.eraseCurve(0);
             }
-            window.plotSize = plotSize;
+            options.plotSize = plotSize;
+            window.setOptions(options);
             for (int i = 0; i < curves; ++i)
                 window.projectAddCurve();
             std::vector<FrameFeed> feeds;
             for (int i = 0; i < curves; ++i) {
                 feeds.emplace_back(plotSize, unsigned(i + 1), noisePercent / 100.0);
-                feeds.back().append(*window.curves[i], plotSize);
+                feeds.back().append(*window.curves()[i], plotSize);
             }
             if (!layoutShown) {
-                const ValueLayout layout = window.curves[0]->valueLayout();
+                const ValueLayout layout = window.curves()[0]->valueLayout();
                 std::printf("(rows as projectAddCurve makes them: data type %d, scale %g, offset %g)\n",
                             layout.dataType, layout.scale, layout.offset);
                 layoutShown = true;
@@ -412,12 +417,12 @@ int main(int argc, char** argv)
 
             ItemSwitch items(window);
             for (const Window& view : windows) {
-                window.sliderTimeBase->setValue(view.sliderIndex);
+                window.findChild<QSlider*>("sliderTimeBase")->setValue(view.sliderIndex);
                 for (const auto& style : styles) {
                     if (!selected(curves, plotSize, view.name, style.name))
                         continue;
-                    for (const QSharedPointer<PlotCurve>& curve : qAsConst(window.curves))
-                        window.plot->setCurveStyle(curve.data(), true, style.index);
+                    for (const QSharedPointer<PlotCurve>& curve : qAsConst(window.curves()))
+                        window.plot()->setCurveStyle(curve.data(), true, style.index);
                     bool painted = false;
                     Cost baseline{0.0, 0.0, 0.0};
                     if (withBaseline) {
@@ -443,9 +448,9 @@ int main(int argc, char** argv)
             // quarter of their length of new frames; such a tick moves all
             // points. Enough ticks in a row to hold one or more of those.
             if (only.isEmpty()) {
-                window.sliderTimeBase->setValue(windows[2].sliderIndex);
-                for (const QSharedPointer<PlotCurve>& curve : qAsConst(window.curves))
-                    window.plot->setCurveStyle(curve.data(), true, styles[0].index);
+                window.findChild<QSlider*>("sliderTimeBase")->setValue(windows[2].sliderIndex);
+                for (const QSharedPointer<PlotCurve>& curve : qAsConst(window.curves()))
+                    window.plot()->setCurveStyle(curve.data(), true, styles[0].index);
                 const int ticks = int(plotSize / 4 / framesPerTick) + 10;
                 bool painted = false;
                 const Cost run = measureTicks(window, feeds, counter, &painted, ticks);

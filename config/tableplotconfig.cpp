@@ -7,7 +7,6 @@
 #include "qcombotablesupportitem.h"
 #include "scaling.h"
 #include "tooltipsupportitem.h"
-#include "vistrelmainwindow.h"
 
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -57,6 +56,18 @@ constexpr int alignLeft = Qt::AlignLeft | Qt::AlignVCenter;
 constexpr int alignRight = Qt::AlignRight | Qt::AlignVCenter;
 constexpr int alignCentre = Qt::AlignHCenter | Qt::AlignVCenter;
 
+constexpr uint maxCanId = 0x1FFFFFFF;
+constexpr uint maxMask = 0xFF;
+constexpr uint maxBtrTiming = 0xFFFF;
+
+// True when the text reads as an unsigned number of the base, at most max.
+bool unsignedAtMost(const QString& text, int base, uint max)
+{
+    bool ok = false;
+    const uint value = text.toUInt(&ok, base);
+    return ok && value <= max;
+}
+
 } // namespace
 
 const QStringList& TablePlotConfig::baudEntries()
@@ -91,7 +102,8 @@ const QStringList& TablePlotConfig::positionEntries()
     return entries;
 }
 
-TablePlotConfig::TablePlotConfig(VistrelMainWindow* mainWindow) : QTableWidget(), mainWindow(mainWindow)
+TablePlotConfig::TablePlotConfig(const NetTable& nets, const QVector<ValueAxisSettings*>& axisSettings)
+    : QTableWidget(), nets(nets), axisSettings(axisSettings)
 {
     // The two last columns keep the pattern names; the others get their own.
     for (int col = 0; col < ColumnCount; ++col)
@@ -330,7 +342,7 @@ void TablePlotConfig::addCurveRow(int nRow)
     generatorItem(nRow, ColBtr)->setData(Qt::TextAlignmentRole, alignCentre);
     setBaud(nRow, baud(nRow));
 
-    const QStringList netEntries = netListEntries(mainWindow->nets);
+    const QStringList netEntries = netListEntries(nets);
     QTableWidgetItem* checkItem = generatorItem(nRow, Col29Bit);
     checkItem->setFlags((checkItem->flags() | Qt::ItemIsUserCheckable) & ~Qt::ItemIsEditable);
     checkItem->setData(Qt::CheckStateRole, Qt::Unchecked);
@@ -379,7 +391,8 @@ void TablePlotConfig::rebuildCalcButtons()
 void TablePlotConfig::slotCalcCmd(int row)
 {
     if (!scaleDialog) {
-        scaleDialog = new MDialogScaleOffset(mainWindow);
+        // Owned by the window that shows the table.
+        scaleDialog = new MDialogScaleOffset(window());
         connect(scaleDialog, &MDialogScaleOffset::signalCalcAccept, this,
                 &TablePlotConfig::slotRefreshCalcDataInTable);
     }
@@ -412,7 +425,7 @@ void TablePlotConfig::slotDataTypeCurveSelection(int nRow)
 {
     const int type = dataType(nRow);
     const int axis = valueAxis(nRow) == 1 ? 1 : 0;
-    const ValueAxisSettings& viewport = *mainWindow->axisSettings[axis];
+    const ValueAxisSettings& viewport = *axisSettings[axis];
     const RawRange raw = dataTypeRawRange(type);
 
     double scale = 1.0;
@@ -427,6 +440,43 @@ void TablePlotConfig::slotDataTypeCurveSelection(int nRow)
     setValueMaxText(nRow, ::scalingText(viewport.max));
     setOffsetText(nRow, ::scalingText(offset));
     setScaleText(nRow, ::scalingText(scale));
+}
+
+void TablePlotConfig::repairCell(int nRow, int nCol)
+{
+    switch (nCol) {
+    case ColBaud:
+    case ColBtr:
+        if (baud(nRow) < 0) {
+            // "BTR/hex" is read as hexadecimal, with or without "0x".
+            if (!unsignedAtMost(btrText(nRow), 16, maxBtrTiming))
+                setBtrText(nRow, QStringLiteral("0"));
+            setBtrCopyText(nRow, btrText(nRow));
+        }
+        // Writes the canonical form back: lower-case hexadecimal in BTR
+        // mode, "-----" otherwise; shows or hides the column.
+        setBaud(nRow, baud(nRow));
+        break;
+    case ColId:
+        if (!unsignedAtMost(idText(nRow), 0, maxCanId))
+            setIdText(nRow, QStringLiteral("0"));
+        break;
+    case ColPos: {
+        // A combo box without selection reads empty; the repair only
+        // reaches the item's stored text.
+        bool ok = false;
+        const int pos = positionText(nRow).toInt(&ok, 0);
+        if (!ok || pos < 1 || pos > 8)
+            setCellText(nRow, ColPos, QStringLiteral("1"));
+        break;
+    }
+    case ColMask:
+        if (!unsignedAtMost(maskText(nRow), 0, maxMask))
+            setMaskText(nRow, QStringLiteral("0"));
+        break;
+    default:
+        break;
+    }
 }
 
 void TablePlotConfig::deriveRawRange(int nRow)
@@ -478,8 +528,7 @@ QString TablePlotConfig::interfaceTooltip(int nRow)
 {
     const int net = netNumber(nRow);
     static const NetInfo noNet;
-    const NetInfo& info =
-        net >= 0 && net < int(mainWindow->nets.size()) ? mainWindow->nets[size_t(net)] : noNet;
+    const NetInfo& info = net >= 0 && net < int(nets.size()) ? nets[size_t(net)] : noNet;
     const TessStatus& status = info.status;
 
     QString text =

@@ -3,9 +3,12 @@
 
 #include "columninfo.h"
 #include "iftooltiptextgenerator.h"
+#include "netinfo.h"
+#include "valueaxissettings.h"
 
 #include <QStringList>
 #include <QTableWidget>
+#include <QVector>
 
 #include <array>
 #include <memory>
@@ -15,7 +18,6 @@ class QComboTableSupportItem;
 class QKeyEvent;
 class QMouseEvent;
 class QSignalMapper;
-class VistrelMainWindow;
 
 // The "Data Configuration" table: one row is one curve, and its cells are
 // the only store of the curve's configuration. Numbers stay text in the
@@ -63,7 +65,9 @@ public:
     static const QStringList& axisEntries();
     static const QStringList& positionEntries();
 
-    explicit TablePlotConfig(VistrelMainWindow* mainWindow);
+    // The Net lists and tooltips show nets; the scaling of a row fills the
+    // viewport of its axis (left, right). Both are read, never written.
+    TablePlotConfig(const NetTable& nets, const QVector<ValueAxisSettings*>& axisSettings);
     ~TablePlotConfig() override;
 
     const ColumnInfo& columnInfo(int nCol) const { return columns.at(size_t(nCol)); }
@@ -136,6 +140,12 @@ public:
     void removeCurveRow(int nRow);
     void removeAllRows();
 
+    // Replaces a value that fails its cell's check (Baud, BTR/hex, Id, Pos,
+    // Mask) without a message, and writes the baud in its canonical form.
+    // For every write of a cell; a repair writes the cell again and passes
+    // the second time.
+    void repairCell(int nRow, int nCol);
+
     // Repairs Scale, Offset and the scaled range of a row and computes its
     // raw range from them, for rows that come with Scale and Offset only.
     void deriveRawRange(int nRow);
@@ -165,7 +175,8 @@ private:
 
     std::array<ColumnInfo, ColumnCount> columns;
     int lastMouseButtons = 0;
-    VistrelMainWindow* mainWindow;
+    const NetTable& nets;
+    const QVector<ValueAxisSettings*>& axisSettings;
     QSignalMapper* calcMapper = nullptr;
     MDialogScaleOffset* scaleDialog = nullptr;
     std::unique_ptr<QComboTableSupportItem> emptyComboItem;

@@ -3,7 +3,6 @@
 #include "cellaccess.h"
 #include "qcombotablesupportitem.h"
 #include "tableplotconfig.h"
-#include "vistrelmainwindow.h"
 
 #include <QHeaderView>
 #include <QSignalBlocker>
@@ -14,8 +13,7 @@ const QStringList& TablePlotDescription::styleEntries()
     return entries;
 }
 
-TablePlotDescription::TablePlotDescription(VistrelMainWindow* mainWindow)
-    : QTableWidget(), mainWindow(mainWindow)
+TablePlotDescription::TablePlotDescription(TablePlotConfig* config) : QTableWidget(), config(config)
 {
     columns = {{
         {QStringLiteral("Col"), QStringLiteral("color")},
@@ -43,7 +41,6 @@ TablePlotDescription::TablePlotDescription(VistrelMainWindow* mainWindow)
         setColumnLocked(col, true);
     }
 
-    const TablePlotConfig* config = mainWindow->tableConfig;
     setColumnWidth(ColColor, config->columnWidth(TablePlotConfig::ColColor));
     setColumnWidth(ColEnable, 22);
     setColumnWidth(ColCount, 40);
@@ -67,7 +64,6 @@ void TablePlotDescription::addCurveRow(int nRow)
     // The curve at this index belongs to the row below until the new curve
     // is inserted: the new cells must not reach it.
     const QSignalBlocker blocker(this);
-    TablePlotConfig* config = mainWindow->tableConfig;
 
     insertRow(nRow);
     for (int col = 0; col < ColumnCount; ++col) {
@@ -90,7 +86,6 @@ void TablePlotDescription::addCurveRow(int nRow)
 
 void TablePlotDescription::syncRow(int nRow)
 {
-    TablePlotConfig* config = mainWindow->tableConfig;
     setCurveColor(nRow, config->curveColor(nRow));
     setCurveName(nRow, config->curveName(nRow));
     setUnit(nRow, config->unitText(nRow));

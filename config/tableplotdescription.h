@@ -9,7 +9,7 @@
 #include <memory>
 
 class QComboTableSupportItem;
-class VistrelMainWindow;
+class TablePlotConfig;
 
 // The "Value && Style" table: one row per curve, showing what the curve is
 // doing, with the two settings that may change during a run ("En" and
@@ -36,8 +36,9 @@ public:
 
     static const QStringList& styleEntries();
 
-    // tableConfig must exist: two widths are taken from it.
-    explicit TablePlotDescription(VistrelMainWindow* mainWindow);
+    // Rows copy colour, name and unit from the configuration table, and two
+    // widths are taken from it.
+    explicit TablePlotDescription(TablePlotConfig* config);
     ~TablePlotDescription() override;
 
     const ColumnInfo& columnInfo(int nCol) const { return columns.at(size_t(nCol)); }
@@ -76,7 +77,7 @@ private:
     void setText(int nRow, int nCol, const QString& text);
 
     std::array<ColumnInfo, ColumnCount> columns;
-    VistrelMainWindow* mainWindow;
+    TablePlotConfig* const config;
     std::unique_ptr<QComboTableSupportItem> emptyComboItem;
 };
 

@@ -2,9 +2,7 @@
 
 #include "bottomscaledraw.h"
 #include "plotcurve.h"
-#include "tableplotdescription.h"
 #include "timebase.h"
-#include "vistrelmainwindow.h"
 
 #include <qwt_legend.h>
 #include <qwt_picker_machine.h>
@@ -18,7 +16,6 @@
 
 #include <QPainter>
 #include <QPolygon>
-#include <QSignalBlocker>
 #include <QStaticText>
 
 #include <algorithm>
@@ -43,7 +40,7 @@ QwtSymbol* markerSymbol(const QColor& color)
 
 } // namespace
 
-DataPlot::DataPlot(VistrelMainWindow* parent) : QwtPlot(parent), mainWindow(parent)
+DataPlot::DataPlot(double initialSpan, QWidget* parent) : QwtPlot(parent)
 {
     m_grid = new QwtPlotGrid;
     m_grid->setPen(QPen(namedColor("grey")));
@@ -51,10 +48,7 @@ DataPlot::DataPlot(VistrelMainWindow* parent) : QwtPlot(parent), mainWindow(pare
 
     setCanvasColor(namedColor("white"));
 
-    const double span = timeBaseTable[mainWindow->sliderTimeBase->value()];
-    mainWindow->setTimeOrigin(0.0);
-    mainWindow->setRunTime(span);
-
+    const double span = initialSpan;
     axisWidget(QwtPlot::xBottom)->setSpacing(8);
     // Before anything is recorded the bottom axis runs from -span to 0.
     setTimeScale(0.0, span);
@@ -251,54 +245,15 @@ void DataPlot::slotMarker2()
 void DataPlot::setMarker1(double time)
 {
     m_marker1->setXValue(time);
-    updateMarker1Info(time);
+    emit signalMarkerMoved(1, time);
     replot();
 }
 
 void DataPlot::setMarker2(double time)
 {
     m_marker2->setXValue(time);
-    updateMarker2Info(time);
+    emit signalMarkerMoved(2, time);
     replot();
-}
-
-void DataPlot::updateMarker1Info(double time)
-{
-    mainWindow->pushButtonMarker1->setText(QString::asprintf("M1: %0.3f s", time));
-    mainWindow->pushButtonDMarker->setText(QString::asprintf("dM: %0.3f s", m_marker2->xValue() - time));
-    writeMarkerCells(1, time);
-}
-
-void DataPlot::updateMarker2Info(double time)
-{
-    mainWindow->pushButtonMarker2->setText(QString::asprintf("M2: %0.3f s", time));
-    mainWindow->pushButtonDMarker->setText(QString::asprintf("dM: %0.3f s", time - m_marker1->xValue()));
-    writeMarkerCells(2, time);
-}
-
-void DataPlot::writeMarkerCells(int marker, double time)
-{
-    const QVector<QSharedPointer<PlotCurve>>& curves = mainWindow->curves;
-    for (int row = 0; row < curves.size(); ++row) {
-        const PlotCurve* curve = curves[row].data();
-        if (!curve || curve->maxPoints == 0)
-            continue;
-        // Newest first behind the live point: the first element older than
-        // the marker is the newest sample before it. All elements count, so
-        // a live curve that isn't full yet offers its zeros.
-        const double* x = curve->xValues.get();
-        const double* found = std::find_if(x, x + curve->maxPoints, [time](double t) { return t < time; });
-        if (found == x + curve->maxPoints)
-            continue;
-        const size_t i = size_t(found - x);
-        const double value = curve->yValues[i];
-        const double raw = curve->scale != 0.0 ? (value - curve->offset) / curve->scale : 0.0;
-        const QString text = QString::asprintf("%0.3f/%0.3f   [%0.3f s]", value, raw, x[i]);
-        if (marker == 1)
-            mainWindow->tableDescription->setM1(row, text);
-        else
-            mainWindow->tableDescription->setM2(row, text);
-    }
 }
 
 void DataPlot::slotDMarker()
@@ -312,21 +267,12 @@ void DataPlot::slotDMarker()
     setTimeScale(hi + (span - delta) / 2, span);
     replot();
 
-    // The label and the scroll bar follow once, by the direct call.
-    const QSignalBlocker blocker(mainWindow->sliderTimeBase);
-    mainWindow->sliderTimeBase->setValue(index);
-    mainWindow->slotTimeBaseChanged(index);
-}
-
-bool DataPlot::markersMayMove() const
-{
-    // The marker buttons are disabled exactly while a run is on.
-    return mainWindow->pushButtonMarker1->isEnabled();
+    emit signalZoomedToTimeBase(index);
 }
 
 void DataPlot::slotPickerMoved(const QPoint& pos)
 {
-    if (!markersMayMove())
+    if (!markersMovable)
         return;
     const double time = invTransform(QwtPlot::xBottom, pos.x());
     if (!activeMarker) {
@@ -342,7 +288,7 @@ void DataPlot::slotPickerMoved(const QPoint& pos)
 
 void DataPlot::slotPickerSelected(const QPolygon& points)
 {
-    if (!markersMayMove() || !activeMarker || points.size() != 1)
+    if (!markersMovable || !activeMarker || points.size() != 1)
         return;
     const double time = invTransform(QwtPlot::xBottom, points.first().x());
     QwtPlotMarker* const released = activeMarker;

@@ -13,18 +13,19 @@ class QPolygon;
 class QwtPlotGrid;
 class QwtPlotMarker;
 class QwtPlotPicker;
-class VistrelMainWindow;
 
 // The one plot of the program: curves over run time on the bottom axis,
 // values on a left and a right axis, one grid, two time markers, a legend
 // and a picker. It never replots by itself: whoever changes something
-// visible replots afterwards.
+// visible replots afterwards. What the markers mean for the buttons, the
+// cells and the time base it tells by signals.
 class DataPlot : public QwtPlot
 {
     Q_OBJECT
 
 public:
-    explicit DataPlot(VistrelMainWindow* parent);
+    // The bottom axis opens on -initialSpan to 0.
+    explicit DataPlot(double initialSpan, QWidget* parent = nullptr);
 
     // Shows run time from end - span to end with ten major intervals. The
     // only way in which the bottom axis changes.
@@ -59,12 +60,19 @@ public:
     // nothing when the curve is switched off. Replots.
     void setCurveStyle(PlotCurve* curve, bool visible, int style);
 
-    // Marker time in seconds of run time; each writes the button texts and
-    // the marker's column of the description table, then replots.
+    // Marker time in seconds of run time; each tells signalMarkerMoved,
+    // then replots.
     void setMarker1(double time);
     void setMarker2(double time);
-    void updateMarker1Info(double time);
-    void updateMarker2Info(double time);
+
+    // Whether a drag moves the markers: not while a run moves the view.
+    void setMarkersMovable(bool on) { markersMovable = on; }
+
+signals:
+    // Marker 1 or 2 now stands at time, as the buttons and cells show it.
+    void signalMarkerMoved(int marker, double time);
+    // The view was zoomed to the markers: the time base is to show index.
+    void signalZoomedToTimeBase(int index);
 
 public slots:
     // Bring a marker into the view, at 40 % and 60 % of its width.
@@ -82,12 +90,8 @@ protected:
 
 private:
     void setMarkerColor(QwtPlotMarker* marker, const QColor& color);
-    // Writes the value of every curve at time into a column of the
-    // description table (1 for "M1", 2 for "M2").
-    void writeMarkerCells(int marker, double time);
-    bool markersMayMove() const;
 
-    VistrelMainWindow* mainWindow;
+    bool markersMovable = true;
     QwtPlotGrid* m_grid = nullptr;
     QwtPlotMarker* m_marker1 = nullptr;
     QwtPlotMarker* m_marker2 = nullptr;

@@ -2,8 +2,10 @@
 // decoding, the capture thread's endings, and live runs from Start to Stop.
 #include "dataplot.h"
 #include "driver_support.h"
+#include "gui_support.h"
 #include "operatingmode.h"
 #include "plotcurve.h"
+#include "programoptions.h"
 #include "qcombotablesupportitem.h"
 #include "tableplotconfig.h"
 #include "tableplotdescription.h"
@@ -53,15 +55,18 @@ class TestCapture : public QObject
     {
         useDriverConfig(config);
         window = std::make_unique<VistrelMainWindow>();
-        window->refreshTime = 40;
+        ProgramOptions options = window->options();
+        options.refreshTime = 40;
+        window->setOptions(options);
         messages.clear();
     }
 
     // A curve of a Real32 at Pos 1, Intel, scaled by 0.5 with an offset of 1.
     QSharedPointer<PlotCurve> makeCurve(int net, int baud, int id, unsigned points = 1000)
     {
-        const auto curve = QSharedPointer<PlotCurve>::create(window.get(), Qt::red, "c", net, baud, id, 1, 6,
-                                                             0xFF, 0, 0, 0.5, 1.0, "", 0, true, points, true);
+        const auto curve =
+            QSharedPointer<PlotCurve>::create(window->plot(), 1, Qt::red, "c", net, baud, id, 1, 6, 0xFF, 0,
+                                              0, 0.5, 1.0, "", 0, true, points, true);
         connect(
             curve.data(), &PlotCurve::signalThreadErrorMessage, this, [this](QString m) { messages << m; },
             Qt::QueuedConnection);
@@ -71,7 +76,7 @@ class TestCapture : public QObject
     // An Integer16 row, Intel, on the left axis.
     void addRow(const RowSetup& setup)
     {
-        TablePlotConfig* table = window->tableConfig;
+        TablePlotConfig* table = window->tableConfig();
         window->projectAddCurve();
         const int row = table->currentRow();
         table->setNetIndex(row, setup.net);
@@ -82,19 +87,19 @@ class TestCapture : public QObject
         table->comboSave(row, TablePlotConfig::ColDataType)->comboBox->setCurrentIndex(2);
     }
 
-    void startStop() { window->pushButtonStartStop->click(); }
-    QString cell(int column) const { return window->tableDescription->text(0, column); }
+    void startStop() { GuiSupport::child<QPushButton>(&*window, "pushButtonStartStop")->click(); }
+    QString cell(int column) const { return window->tableDescription()->text(0, column); }
     double scaled(double raw) const
     {
-        return raw * window->tableConfig->scaleText(0).toDouble() +
-               window->tableConfig->offsetText(0).toDouble();
+        return raw * window->tableConfig()->scaleText(0).toDouble() +
+               window->tableConfig()->offsetText(0).toDouble();
     }
 
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void cleanup()
     {
-        if (window && window->running)
+        if (window && window->isRunning())
             startStop();
         window.reset();
     }
@@ -199,7 +204,7 @@ private slots:
         QCOMPARE(tessTestSetFailure(0, TESS_TEST_FAIL_ID_ADD, wait == 2 ? -1 : 0), 0);
         const auto curve = makeCurve(net, baud, id);
         if (wait >= 0)
-            curve->start();
+            curve->startCapture(window->nets()[size_t(net)], window->timeOrigin());
         if (wait == 1)
             QCOMPARE(tessTestWaitForReaders(0, 1, 10000), 0);
         uint32_t setBaud = 0; // just before the id is added
@@ -236,16 +241,16 @@ private slots:
         QCOMPARE(tessTestInjectT(0, frames, 3), 0);
         QCOMPARE(tessTestInject(1, std::vector<TessFrame>(3, frame(0x100, {1, 0})).data(), 3), 0);
         QTRY_COMPARE(cell(Description::ColCount), QStringLiteral("3"));
-        QTRY_COMPARE(window->tableDescription->text(1, Description::ColCount), QStringLiteral("3"));
+        QTRY_COMPARE(window->tableDescription()->text(1, Description::ColCount), QStringLiteral("3"));
         // Stamped 40 us apart from the read's moment on, newest first.
-        const PlotCurve& soft = *window->curves.at(1);
+        const PlotCurve& soft = *window->curves().at(1);
         QCOMPARE(qRound((soft.xValues[1] - soft.xValues[2]) * 1e6), 40);
         QCOMPARE(qRound((soft.xValues[2] - soft.xValues[3]) * 1e6), 40);
         QVERIFY(soft.xValues[3] >= 0 && soft.xValues[1] <= window->elapsedSeconds());
         // Newest first behind the live point; the interface's clock is ahead
         // of the computer's, so the live point adds no flat tail.
-        PlotCurve& curve = *window->curves.at(0);
-        QVERIFY(window->tableConfig->scaleText(0).toDouble() != 1.0);
+        PlotCurve& curve = *window->curves().at(0);
+        QVERIFY(window->tableConfig()->scaleText(0).toDouble() != 1.0);
         QCOMPARE(QVector<double>(curve.xValues.get(), curve.xValues.get() + 4),
                  (QVector<double>{2.5, 2.5, 2, 1}));
         QCOMPARE(QVector<double>(curve.yValues.get(), curve.yValues.get() + 4),
@@ -260,25 +265,27 @@ private slots:
         QCOMPARE(window->currentOperatingMode(), int(ModeStopped));
         QCOMPARE(tessTestOpenHandles(0) + tessTestOpenHandles(1), 2); // the info handles
         QCOMPARE(cell(Description::ColCount), QStringLiteral("3"));
-        QVERIFY(!(window->tableConfig->item(0, TablePlotConfig::ColScale)->flags() & Qt::ItemIsEditable));
-        QVERIFY(window->tableConfig->item(0, TablePlotConfig::ColId)->flags() & Qt::ItemIsEditable);
+        QVERIFY(!(window->tableConfig()->item(0, TablePlotConfig::ColScale)->flags() & Qt::ItemIsEditable));
+        QVERIFY(window->tableConfig()->item(0, TablePlotConfig::ColId)->flags() & Qt::ItemIsEditable);
 
         // Markers between samples, on one (the sample before), after all (the live point).
         for (const auto& [marker, raw, time] :
              {std::tuple(2.2, 200, 2.0), {2.0, 100, 1.0}, {9.0, -300, 2.5}}) {
-            window->plot->setMarker1(marker);
-            window->plot->setMarker2(marker + 1.0);
+            window->plot()->setMarker1(marker);
+            window->plot()->setMarker2(marker + 1.0);
             QCOMPARE(cell(Description::ColM1),
                      QString::asprintf("%0.3f/%0.3f   [%0.3f s]", scaled(raw), raw * 1.0, time));
-            QCOMPARE(window->pushButtonMarker1->text(), QString::asprintf("M1: %0.3f s", marker));
+            QCOMPARE(GuiSupport::child<QPushButton>(&*window, "pushButtonMarker1")->text(),
+                     QString::asprintf("M1: %0.3f s", marker));
         }
-        QCOMPARE(window->pushButtonDMarker->text(), QStringLiteral("dM: 1.000 s"));
+        QCOMPARE(GuiSupport::child<QPushButton>(&*window, "pushButtonDMarker")->text(),
+                 QStringLiteral("dM: 1.000 s"));
 
         // The next Start asks nothing and begins with a new, empty curve.
         const ModalAnswerer noQuestion(QMessageBox::No);
         startStop();
         QCOMPARE(noQuestion.answered(), 0);
-        QCOMPARE(window->curves.at(0)->plotItem->dataSize(), size_t(1));
+        QCOMPARE(window->curves().at(0)->plotItem->dataSize(), size_t(1));
         QTRY_COMPARE(cell(Description::ColCount), QStringLiteral("0"));
     }
 
@@ -312,7 +319,7 @@ private slots:
         QCOMPARE(tessTestSetFailure(2, TESS_TEST_FAIL_OPEN, -1), 0);
         for (const RowSetup& setup : rows)
             addRow(setup);
-        const QVector<QSharedPointer<PlotCurve>> before = window->curves;
+        const QVector<QSharedPointer<PlotCurve>> before = window->curves();
         const ModalAnswerer answerer(QMessageBox::Ok);
         startStop();
         const bool refused = message.startsWith("Interface");
@@ -320,12 +327,72 @@ private slots:
         QCOMPARE(answerer.titles(), message.isEmpty()
                                         ? QStringList()
                                         : QStringList{refused ? "Critical Error" : "Plot Curve Error"});
-        QCOMPARE(window->running, !refused);
+        QCOMPARE(window->isRunning(), !refused);
         if (!refused)
             return;
-        QCOMPARE(window->pushButtonStartStop->text(), QStringLiteral("Start"));
-        QCOMPARE(window->curves, before);
+        QCOMPARE(GuiSupport::child<QPushButton>(&*window, "pushButtonStartStop")->text(),
+                 QStringLiteral("Start"));
+        QCOMPARE(window->curves(), before);
         QCOMPARE(window->currentOperatingMode(), int(ModeNone));
+    }
+
+    // Pause holds plot and cells while capture goes on; the tick after it brings everything.
+    void pauseHoldsTheView()
+    {
+        openWindow(nets);
+        addRow({});
+        startStop();
+        QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+        const TessFrameT frames[] = {frameT(0x100, {1, 0}), frameT(0x100, {2, 0}), frameT(0x100, {3, 0})};
+        QCOMPARE(tessTestInjectT(0, frames, 1), 0);
+        QTRY_COMPARE(cell(Description::ColCount), QStringLiteral("1"));
+        GuiSupport::child<QPushButton>(&*window, "pushButtonPause")->click();
+        QCOMPARE(window->currentOperatingMode(), int(ModePause));
+        QCOMPARE(tessTestInjectT(0, frames + 1, 2), 0);
+        PlotCurve& curve = *window->curves().at(0);
+        QTRY_COMPARE(ringFrames(curve).size(), size_t(3));
+        QTest::qWait(150); // several ticks
+        QCOMPARE(cell(Description::ColCount) + cell(Description::ColRawValue), QStringLiteral("11.000"));
+        QCOMPARE(curve.plotItem->dataSize(), size_t(2));
+        GuiSupport::child<QPushButton>(&*window, "pushButtonPause")->click();
+        QTRY_COMPARE(cell(Description::ColCount) + cell(Description::ColRawValue), QStringLiteral("33.000"));
+    }
+
+    // Scale 1, offset 0: a value at an axis limit is inside; one beyond flags the "Current Value" cell
+    // for as long as the ring holds it. The right axis counts, shown or not.
+    void outOfViewportFlag_data()
+    {
+        QTest::addColumn<int>("axis");
+        QTest::addColumn<QList<int>>("values"); // oldest first
+        QTest::addColumn<bool>("flagged");
+        QTest::newRow("at both limits") << 0 << QList<int>{-100, 100} << false;
+        QTest::newRow("above the maximum") << 0 << QList<int>{101} << true;
+        QTest::newRow("below the minimum, newest inside") << 0 << QList<int>{-101, 0} << true;
+        QTest::newRow("right axis, below 0") << 1 << QList<int>{-1} << true;
+        QTest::newRow("right axis, at 100") << 1 << QList<int>{0, 100} << false;
+    }
+
+    void outOfViewportFlag()
+    {
+        QFETCH(int, axis);
+        QFETCH(QList<int>, values);
+        QFETCH(bool, flagged);
+        openWindow(nets);
+        addRow({});
+        window->tableConfig()->setValueAxis(0, axis);
+        window->tableConfig()->setScaleText(0, "1");
+        window->tableConfig()->setOffsetText(0, "0");
+        startStop();
+        QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+        std::vector<TessFrameT> frames;
+        for (const int v : values)
+            frames.push_back(frameT(0x100, {uint8_t(v & 0xFF), uint8_t((v >> 8) & 0xFF)}));
+        QCOMPARE(tessTestInjectT(0, frames.data(), int(frames.size())), 0);
+        QTRY_COMPARE(cell(Description::ColCount), QString::number(values.size()));
+        startStop();
+        QTableWidgetItem* item = window->tableDescription()->item(0, Description::ColCurrentValue);
+        QCOMPARE(item->background().color() == Qt::red, flagged);
+        QCOMPARE(item->toolTip(), flagged ? "curve has values out of viewport range" : "");
     }
 
     // Closing the window during a run asks; No goes on running, Yes stops and closes.
@@ -339,11 +406,11 @@ private slots:
         QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0); // the capture handle is open
         for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
             const ModalAnswerer answerer(answer);
-            window->projectExitAction->trigger();
+            GuiSupport::child<QAction>(&*window, "projectExitAction")->trigger();
             QCOMPARE(answerer.titles(), QStringList{"Warning!"});
             QCOMPARE(answerer.lastText(), "Vistrel is running!\nDo you really want to close the program?");
             QCOMPARE(window->isVisible(), answer == QMessageBox::No);
-            QCOMPARE(window->running, answer == QMessageBox::No);
+            QCOMPARE(window->isRunning(), answer == QMessageBox::No);
             QCOMPARE(tessTestOpenHandles(0), answer == QMessageBox::No ? 2 : 1);
         }
     }

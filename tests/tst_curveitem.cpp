@@ -294,10 +294,10 @@ void TestCurveItem::programCurvesUseTheItem()
     TestSupport::useDriverConfig(QString());
     VistrelMainWindow window;
     window.projectAddCurve();
-    QCOMPARE(window.curves.size(), 1);
-    auto* item = dynamic_cast<FastPlotCurve*>(window.curves[0]->plotItem);
+    QCOMPARE(window.curves().size(), 1);
+    auto* item = dynamic_cast<FastPlotCurve*>(window.curves()[0]->plotItem);
     QVERIFY(item);
-    QCOMPARE(item->plot(), static_cast<QwtPlot*>(window.plot));
+    QCOMPARE(item->plot(), static_cast<QwtPlot*>(window.plot()));
 }
 
 QTEST_MAIN(TestCurveItem)

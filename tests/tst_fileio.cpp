@@ -3,11 +3,14 @@
 // files are made with the codecs (logs, which the program only reads, by
 // hand); what is checked is what the window makes of them: rows and cells,
 // questions and messages, file names, the mode, the settings in force.
+#include "controller_support.h"
 #include "datafile.h"
 #include "dataplot.h"
 #include "formstatusbar_resourcesreparent.h"
+#include "gui_support.h"
 #include "mformconfig.h"
 #include "plotcurve.h"
+#include "programoptions.h"
 #include "projectfile.h"
 #include "qcombotablesupportitem.h"
 #include "qlabelcompat.h"
@@ -51,7 +54,7 @@ QComboBox* combo(TablePlotConfig& c, int row, int col)
 // so that the edit rules follow.
 void addRow(VistrelMainWindow& w, const QString& cells)
 {
-    TablePlotConfig& c = *w.tableConfig;
+    TablePlotConfig& c = *w.tableConfig();
     c.setCurrentCell(c.rowCount() - 1, c.ColName);
     w.projectAddCurve();
     const int row = c.currentRow();
@@ -62,9 +65,9 @@ void addRow(VistrelMainWindow& w, const QString& cells)
         while (col < c.ColumnCount && c.columnInfo(col).key != key)
             ++col;
         if (key == "enable")
-            w.tableDescription->setCurveEnabled(row, n);
+            w.tableDescription()->setCurveEnabled(row, n);
         else if (key == "style")
-            w.tableDescription->setCurveStyleIndex(row, n);
+            w.tableDescription()->setCurveStyleIndex(row, n);
         else if (col == c.Col29Bit)
             c.set29Bit(row, n);
         else if (combo(c, row, col))
@@ -77,8 +80,8 @@ void addRow(VistrelMainWindow& w, const QString& cells)
 // The cells of a row by the same keys, then En, Style and Cnt.
 QString cells(VistrelMainWindow& w, int row)
 {
-    TablePlotConfig& c = *w.tableConfig;
-    TablePlotDescription& d = *w.tableDescription;
+    TablePlotConfig& c = *w.tableConfig();
+    TablePlotDescription& d = *w.tableDescription();
     QString text;
     for (int col = c.ColName; col <= c.ColValueMax; ++col) {
         QComboBox* box = combo(c, row, col);
@@ -96,17 +99,17 @@ QString cells(VistrelMainWindow& w, int row)
 QString state(VistrelMainWindow& w)
 {
     QStringList rows;
-    for (int row = 0; row < w.tableConfig->rowCount(); ++row)
-        rows << w.tableConfig->curveName(row);
-    const ValueAxisSettings &l = *w.axisSettings[0], &r = *w.axisSettings[1];
+    for (int row = 0; row < w.tableConfig()->rowCount(); ++row)
+        rows << w.tableConfig()->curveName(row);
+    const ValueAxisSettings &l = *w.axisSettings()[0], &r = *w.axisSettings()[1];
     return QString("rows=%1 curves=%2 prj=%3 dat=%4 mode=%5 ")
                .arg(rows.join(','))
-               .arg(w.curves.size())
+               .arg(w.curves().size())
                .arg(QFileInfo(w.currentProjectFileName()).fileName(),
                     QFileInfo(w.currentDataFileName()).fileName(),
                     w.statusBarLabels()->textLabelMode->text()) +
-           QString::asprintf("size=%u axes=%g,%g,%g,%d,%d %g,%g,%g,%d,%d", w.plotSize, l.min, l.max, l.step,
-                             l.visible, l.grid, r.min, r.max, r.step, r.visible, r.grid);
+           QString::asprintf("size=%u axes=%g,%g,%g,%d,%d %g,%g,%g,%d,%d", w.options().plotSize, l.min, l.max,
+                             l.step, l.visible, l.grid, r.min, r.max, r.step, r.visible, r.grid);
 }
 
 const QString defaultSizeAndAxes = "size=5000 axes=-100,100,10,1,1 0,100,10,0,0";
@@ -179,9 +182,10 @@ QString describe(const Settings& s)
 // The settings in force; the picker must follow marker 1.
 QString inForce(const VistrelMainWindow& w)
 {
-    const DataPlot& p = *w.plot;
+    const DataPlot& p = *w.plot();
     return describe({p.canvasColor(), p.grid()->majorPen().color(), p.marker1Color(), p.marker2Color(),
-                     w.plotSize, w.refreshTime, w.lineWidth, w.continuousScroll, w.antialiasing}) +
+                     w.options().plotSize, w.options().refreshTime, w.options().lineWidth,
+                     w.options().continuousScroll, w.options().antialiasing}) +
            (p.picker()->rubberBandPen().color() == p.marker1Color() ? "" : " picker differs");
 }
 
@@ -223,7 +227,7 @@ MFormConfig* runOptions(VistrelMainWindow& w, const std::function<void(MFormConf
         action(*dialog);
         dialog->buttonCancel->click();
     });
-    w.projectOptionsAction->trigger();
+    GuiSupport::child<QAction>(&w, "projectOptionsAction")->trigger();
     return dialog;
 }
 
@@ -239,6 +243,9 @@ private slots:
     void dataRoundTrip();
     void projectRoundTrip();
     void import();
+    void oldestDataFileCells();
+    void importAborted_data();
+    void importAborted();
     void messages_data();
     void messages();
     void dialogs_data();
@@ -270,12 +277,12 @@ void TestFileIo::dataRoundTrip()
            "name=Level net=2 baud=14 btr01=1c id=0x18FEF100 Id29Bit=1 pos=2 datatype=1 mask=0x0F intmot=1 "
            "axis=1 enable=0 style=2");
     for (int row = 0; row < 2; ++row) {
-        PlotCurve& curve = *source->curves[row];
+        PlotCurve& curve = *source->curves()[row];
         for (int i = 0; i < 3; ++i)
             curve.xValues[size_t(i)] = 3 - i, curve.yValues[size_t(i)] = 10 * i + row;
         curve.plotItem->setRawSamples(curve.xValues.get(), curve.yValues.get(), 3);
     }
-    *source->axisSettings[1] = {-1.5, 3.25, 0.25, true, true};
+    *source->axisSettings()[1] = {-1.5, 3.25, 0.25, true, true};
     source->setTimeOrigin(3600.25);
     source->setRunTime(42.5);
     const QString path = TestSupport::temporaryPath("round.vtldat");
@@ -316,13 +323,13 @@ void TestFileIo::dataRoundTrip()
                                .replace("id=0x18FEF100", "id=419361024")
                                .replace("mask=0x0F", "mask=15")
                                .replace("cnt=", "cnt=3"));
-    QCOMPARE(pointsOf(*w->curves[1]), (QVector<double>{3, 2, 1, 1, 11, 21}));
-    QCOMPARE(w->plot->timeScaleEnd(), 42.5);
+    QCOMPARE(pointsOf(*w->curves()[1]), (QVector<double>{3, 2, 1, 1, 11, 21}));
+    QCOMPARE(w->plot()->timeScaleEnd(), 42.5);
     QCOMPARE(w->statusBarLabels()->textLabelStartTime->text().right(12), QStringLiteral("01:00:00.250"));
     // Net and Baud are locked; Start stays off.
-    QVERIFY(!combo(*w->tableConfig, 0, TablePlotConfig::ColNet)->isEnabled());
-    QVERIFY(!combo(*w->tableConfig, 0, TablePlotConfig::ColBaud)->isEnabled());
-    QVERIFY(!w->pushButtonStartStop->isEnabled());
+    QVERIFY(!combo(*w->tableConfig(), 0, TablePlotConfig::ColNet)->isEnabled());
+    QVERIFY(!combo(*w->tableConfig(), 0, TablePlotConfig::ColBaud)->isEnabled());
+    QVERIFY(!GuiSupport::child<QPushButton>(&*w, "pushButtonStartStop")->isEnabled());
 }
 
 void TestFileIo::projectRoundTrip()
@@ -332,7 +339,7 @@ void TestFileIo::projectRoundTrip()
     addRow(*source,
            "name=Rpm net=2 baud=14 btr01=1c id=291 Id29Bit=1 pos=7 datatype=1 mask=255 intmot=1 axis=1 "
            "scale=2 enable=0 style=2");
-    *source->axisSettings[1] = {-1.5, 3.25, 0.25, true, true};
+    *source->axisSettings()[1] = {-1.5, 3.25, 0.25, true, true};
     const QString path = TestSupport::temporaryPath("roundvtlprj"); // a name without dot
     source->writeProjectFile(path);
 
@@ -353,7 +360,7 @@ void TestFileIo::projectRoundTrip()
                         "-1.5,3.25,0.25,1,1");
     for (int row = 0; row < 2; ++row)
         QCOMPARE(cells(*w, row), cells(*source, row));
-    QCOMPARE(w->curves[1]->plotItem->yAxis(), int(QwtPlot::yRight));
+    QCOMPARE(w->curves()[1]->plotItem->yAxis(), int(QwtPlot::yRight));
 }
 
 void TestFileIo::import()
@@ -365,7 +372,9 @@ void TestFileIo::import()
     addRow(*w, "name=signed id=0x100 pos=1 datatype=2 scale=0.5 offset=1");
     addRow(*w, "name=unsigned id=256 pos=1 datatype=1 scale=1 offset=0");
     addRow(*w, "name=29-bit id=0x100 Id29Bit=1 datatype=1 scale=1 offset=0");
-    w->antialiasing = true;
+    ProgramOptions options = w->options();
+    options.antialiasing = true;
+    w->setOptions(options);
     w->importRecordedData(
         writeFile("three.txt",
                   logLines({"12:00:00 0 1365 _ 1", "12:00:00 125 256 _ 0,12,0", "12:00:01 250 256 _ 1,ff,ff",
@@ -376,13 +385,70 @@ void TestFileIo::import()
     // The live point, then the samples newest first, times from the first
     // frame of the log; Integer16 at "Pos" 2 reads 0x0012, 0xFFFF, and 0
     // from a frame too short for it.
-    QCOMPARE(pointsOf(*w->curves[0]), (QVector<double>{3.0, 2.5, 1.25, 0.125, 0, 0, 0.5, 10}));
-    QCOMPARE(pointsOf(*w->curves[1]).mid(4), (QVector<double>{0, 0, 255, 18}));
-    QCOMPARE(pointsOf(*w->curves[2]), (QVector<double>{3.0, 2.5, 9.0, 9.0}));
+    QCOMPARE(pointsOf(*w->curves()[0]), (QVector<double>{3.0, 2.5, 1.25, 0.125, 0, 0, 0.5, 10}));
+    QCOMPARE(pointsOf(*w->curves()[1]).mid(4), (QVector<double>{0, 0, 255, 18}));
+    QCOMPARE(pointsOf(*w->curves()[2]), (QVector<double>{3.0, 2.5, 9.0, 9.0}));
     QCOMPARE(cells(*w, 1).right(5), QStringLiteral("cnt=4"));
-    QVERIFY(w->curves[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
+    QVERIFY(w->curves()[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
     QCOMPARE(w->statusBarLabels()->textLabelStartTime->text().right(12), QStringLiteral("12:00:00.000"));
-    QCOMPARE(w->plot->timeScaleEnd(), 3.0);
+    QCOMPARE(w->plot()->timeScaleEnd(), 3.0);
+}
+
+// The oldest version has no mask, axis or enable: 0xFF, the left axis and
+// on. Scale and Offset are "%f" of the stored doubles, the raw range follows
+// from them; the stored net number is taken as a list position.
+void TestFileIo::oldestDataFileCells()
+{
+    const auto w = makeWindow();
+    const DataCurveRecordV1 record{0, 840 + 32, "#ff0000", "old", 2, 4, 0x100 | TESS_ID_29BIT, 3, 3,
+                                   1, 0.5,      -2.0,      "bar", 1, 2};
+    const double xy[] = {2.0, 1.0};
+    w->readDataFile(writeFile("old.vtldat", encodeDataHeaderV1({0, 24, 0.0, 2.0}) +
+                                                encodeDataCurveRecordV1(record) +
+                                                QByteArray(reinterpret_cast<const char*>(xy), 16) +
+                                                QByteArray(reinterpret_cast<const char*>(xy), 16)));
+    QCOMPARE(cells(*w, 0),
+             "name=old net=2 baud=4 btr01=----- id=256 Id29Bit=1 pos=2 datatype=3 mask=0xFF "
+             "intmot=1 axis=0 scale=0.500000 offset=-2.000000 unit=bar calc= raw_value_min=-196 "
+             "raw_value_max=204 value_min=-100 value_max=100 en=1 style=1 cnt=2");
+    QCOMPARE(pointsOf(*w->curves()[0]), (QVector<double>{2, 1, 2, 1}));
+}
+
+// Abort in the progress of reading, or of converting the second row: the
+// curves read so far stay, the others are empty or missing; no message, no
+// name, no mode.
+void TestFileIo::importAborted_data()
+{
+    QTest::addColumn<QString>("progress");
+    QTest::addColumn<QString>("points"); // of each curve, and whether its arrays start with zeros
+    QTest::newRow("reading") << "Read file ..."
+                             << "";
+    QTest::newRow("converting row 1") << "Convert data from Config(1) ..."
+                                      << "3,0 1,1 ";
+}
+
+void TestFileIo::importAborted()
+{
+    QFETCH(QString, progress);
+    QFETCH(QString, points);
+    TestSupport::Parts p;
+    for (int row = 0; row < 3; ++row)
+        p.addRow();
+    QStringList labels;
+    p.prompt.keepGoing = [&](const QString& label, int) {
+        labels << label;
+        return label != progress;
+    };
+    p.documents.importRecordedData(
+        writeFile("abort.txt", logLines({"10:00:00 0 0 _ 1", "10:00:01 0 0 _ 2"})));
+    QString shown;
+    for (const QSharedPointer<PlotCurve>& curve : p.curves.curves())
+        shown +=
+            QString("%1,%2 ").arg(curve->pointCount()).arg(curve->xValues[0] == 0 && curve->yValues[1] == 0);
+    QCOMPARE(shown, points);
+    QCOMPARE(labels.last(), progress);
+    QCOMPARE(p.prompt.asked, QStringList());
+    QCOMPARE(p.documents.dataFileName(), QString());
 }
 
 // Questions and messages, answered in turn, and what stays after them. The
@@ -668,8 +734,8 @@ void TestFileIo::optionsDialog()
         "#102030 #405060 #708090 #129abc size=5000 refresh=250 width=1 scroll=1 antialiasing=0";
     QCOMPARE(inForce(w), applied);
     QCOMPARE(inFile(), describe(custom));
-    QCOMPARE(w.curves[0]->plotItem->pen().width(), 1);
-    QVERIFY(!w.curves[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
+    QCOMPARE(w.curves()[0]->plotItem->pen().width(), 1);
+    QVERIFY(!w.curves()[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
 
     // The same dialog, showing what is in force.
     QCOMPARE(runOptions(w, [](MFormConfig& d) { d.buttonApply->click(); }), dialog);

@@ -58,19 +58,20 @@ private slots:
             QStringLiteral("net 3 virtual features=Fc,2b tsfreq=1000000\nnet 255 virtual name=VT_CAN "
                            "features=Ts tsfreq=8000000\n"));
         int existing = 0;
-        for (const NetInfo& info : window->nets)
+        for (const NetInfo& info : window->nets())
             existing += info.infoHandle != -1;
         QCOMPARE(existing, 2);
-        QCOMPARE(QString::fromLatin1(window->nets[255].status.boardName), QStringLiteral("VT_CAN"));
-        QCOMPARE(window->nets[255].timestampFrequency, quint64(8000000));
-        QCOMPARE(window->nets[3].timestampFrequency, quint64(0)); // no timestamp feature
+        QCOMPARE(QString::fromLatin1(window->nets()[255].status.boardName), QStringLiteral("VT_CAN"));
+        QCOMPARE(window->nets()[255].timestampFrequency, quint64(8000000));
+        QCOMPARE(window->nets()[3].timestampFrequency, quint64(0)); // no timestamp feature
         const FormStatusBar_ResourcesReparent* labels = window->statusBarLabels();
         QCOMPARE(labels->textLabelMode->text() + labels->textLabelProjectFile->text(),
                  QStringLiteral("Prj: "));
         QCOMPARE(labels->textLabelDataFile->toolTip(), QStringLiteral("Data: "));
-        QVERIFY(!window->pushButtonStartStop->isEnabled() && !window->pushButtonPause->isEnabled());
+        QVERIFY(!GuiSupport::child<QPushButton>(&*window, "pushButtonStartStop")->isEnabled() &&
+                !GuiSupport::child<QPushButton>(&*window, "pushButtonPause")->isEnabled());
         QVERIFY(window->statusBar()->isAncestorOf(labels->textLabelModePicture));
-        for (QAction* action : window->toolBar->actions())
+        for (QAction* action : GuiSupport::child<QToolBar>(&*window, "toolBar")->actions())
             QVERIFY2(action->isSeparator() || !action->icon().pixmap(16).isNull(),
                      qPrintable(action->text()));
         // The time of day of a record started on day 200, whatever the locale.
@@ -111,26 +112,31 @@ private slots:
         const bool p = state.contains('P'), d = state.contains('D');
         const auto window = GuiSupport::windowWithCurves(QString());
         VistrelMainWindow& w = *window;
-        w.tableConfig->setRowCount(n ? 1 : 0);
-        w.pushButtonStartStop->setChecked(c);
+        w.tableConfig()->setRowCount(n ? 1 : 0);
+        GuiSupport::child<QPushButton>(&w, "pushButtonStartStop")->setChecked(c);
         w.setProjectFileName(p ? QStringLiteral("p.vtlprj") : QString());
         w.setDataFileName(d ? QStringLiteral("d.vtldat") : QString());
         if (r)
-            w.refreshTimer->start(1000000);
+            w.refreshTimer()->start(1000000);
         w.updateActions();
-        w.refreshTimer->stop();
-        for (QAction* action : {w.projectNewAction, w.projectOpenAction, w.projectOptionsAction,
-                                w.projectAdd_CurveAction, w.dataLoadAction})
+        w.refreshTimer()->stop();
+        for (QAction* action : {GuiSupport::child<QAction>(&w, "projectNewAction"),
+                                GuiSupport::child<QAction>(&w, "projectOpenAction"),
+                                GuiSupport::child<QAction>(&w, "projectOptionsAction"),
+                                GuiSupport::child<QAction>(&w, "projectAdd_CurveAction"),
+                                GuiSupport::child<QAction>(&w, "dataLoadAction")})
             QCOMPARE(action->isEnabled(), !r);
-        QCOMPARE(w.projectSaveAction->isEnabled(), !r && p);
-        QCOMPARE(w.projectSaveAsAction->isEnabled(), !r && n);
-        QCOMPARE(w.projectDelete_CurveAction->isEnabled(), n && !c);
-        QCOMPARE(w.projectCalculateAction->isEnabled(), n && !c);
-        QCOMPARE(w.dataSave_AsAction->isEnabled(), !r && n);
-        QCOMPARE(w.dataSaveAction->isEnabled(), !r && d);
-        QCOMPARE(w.dataImportAction->isEnabled(), !r && n);
+        QCOMPARE(GuiSupport::child<QAction>(&w, "projectSaveAction")->isEnabled(), !r && p);
+        QCOMPARE(GuiSupport::child<QAction>(&w, "projectSaveAsAction")->isEnabled(), !r && n);
+        QCOMPARE(GuiSupport::child<QAction>(&w, "projectDelete_CurveAction")->isEnabled(), n && !c);
+        QCOMPARE(GuiSupport::child<QAction>(&w, "projectCalculateAction")->isEnabled(), n && !c);
+        QCOMPARE(GuiSupport::child<QAction>(&w, "dataSave_AsAction")->isEnabled(), !r && n);
+        QCOMPARE(GuiSupport::child<QAction>(&w, "dataSaveAction")->isEnabled(), !r && d);
+        QCOMPARE(GuiSupport::child<QAction>(&w, "dataImportAction")->isEnabled(), !r && n);
         // Printing, the viewport and help stay available in every state.
-        for (QAction* action : {w.projectPrintAction, w.projectCustom_AxisAction, w.helpContentsAction})
+        for (QAction* action : {GuiSupport::child<QAction>(&w, "projectPrintAction"),
+                                GuiSupport::child<QAction>(&w, "projectCustom_AxisAction"),
+                                GuiSupport::child<QAction>(&w, "helpContentsAction")})
             QVERIFY(action->isEnabled());
     }
 
@@ -151,8 +157,11 @@ private slots:
         const auto window = GuiSupport::windowWithCurves(QString());
         VistrelMainWindow& w = *window;
         w.setOperatingMode(ModeRun);
-        const QVector<QPushButton*> buttons{w.pushButtonStartStop, w.pushButtonPause, w.pushButtonMarker1,
-                                            w.pushButtonMarker2, w.pushButtonDMarker};
+        const QVector<QPushButton*> buttons{GuiSupport::child<QPushButton>(&w, "pushButtonStartStop"),
+                                            GuiSupport::child<QPushButton>(&w, "pushButtonPause"),
+                                            GuiSupport::child<QPushButton>(&w, "pushButtonMarker1"),
+                                            GuiSupport::child<QPushButton>(&w, "pushButtonMarker2"),
+                                            GuiSupport::child<QPushButton>(&w, "pushButtonDMarker")};
         const int expected[] = {row.start, row.pause, row.markers, row.markers, row.markers};
         for (const bool before : {false, true}) {
             for (QPushButton* button : buttons)
@@ -192,23 +201,25 @@ private slots:
         VistrelMainWindow& w = *window;
         w.setDataFileName(QStringLiteral("old.vtldat"));
         w.setOperatingMode(ModeStopped);
-        w.axisSettings[1]->visible = true;
+        w.axisSettings()[1]->visible = true;
         w.setRunTime(100.0);
-        w.sliderTimeBase->setValue(3);
-        w.plot->setMarker1(50.0);
+        GuiSupport::child<QSlider>(&w, "sliderTimeBase")->setValue(3);
+        w.plot()->setMarker1(50.0);
         const ModalAnswerer answerer(yes ? QMessageBox::Yes : QMessageBox::No);
         const bool reset = rows == 0 || yes;
         QCOMPARE(w.resetProject(), reset);
         QCOMPARE(answerer.answered(), rows ? 1 : 0);
-        QCOMPARE(w.curves.size() + w.tableDescription->rowCount(), reset ? 0 : 2 * rows);
+        QCOMPARE(w.curves().size() + w.tableDescription()->rowCount(), reset ? 0 : 2 * rows);
         QCOMPARE(w.statusBarLabels()->textLabelDataFile->text(),
                  QString(reset ? "Data: " : "Data: old.vtldat"));
         QCOMPARE(w.currentOperatingMode(), int(reset ? ModeNone : ModeStopped));
-        QCOMPARE(w.axisSettings[1]->visible, !reset);
+        QCOMPARE(w.axisSettings()[1]->visible, !reset);
         // The view of a fresh program: 10 s up to 0, the markers at 40 % and 60 %.
-        QCOMPARE(w.textLabelTimeBase->text(), QString(reset ? "10 s" : "100 ms"));
-        QCOMPARE(w.plot->axisScaleDiv(QwtPlot::xBottom).lowerBound(), reset ? -10.0 : -0.1);
-        QCOMPARE(w.pushButtonMarker1->text(), QString(reset ? "M1: -6.000 s" : "M1: 50.000 s"));
+        QCOMPARE(GuiSupport::child<QLabel>(&w, "textLabelTimeBase")->text(),
+                 QString(reset ? "10 s" : "100 ms"));
+        QCOMPARE(w.plot()->axisScaleDiv(QwtPlot::xBottom).lowerBound(), reset ? -10.0 : -0.1);
+        QCOMPARE(GuiSupport::child<QPushButton>(&w, "pushButtonMarker1")->text(),
+                 QString(reset ? "M1: -6.000 s" : "M1: 50.000 s"));
     }
 
     // The system's language, then German, then English whether it is there or not.
@@ -263,7 +274,7 @@ private slots:
                 about->pushButtonAbout->click();
             });
             window->helpAbout();
-            QVERIFY(!window->aboutDialog && !window->findChild<MFormAbout*>());
+            QVERIFY(!window->findChild<MFormAbout*>());
         }
         QCOMPARE(desktop.urls.size(), 2);
         QCOMPARE(shown.value(1), shown.value(0));

@@ -1,12 +1,14 @@
 // The plot view: the time axis (time base, scrolling, the view at Start and
 // during a run), the two markers with their cells and their dragging,
 // printing, and the value axes with the viewport dialog.
+#include "controller_support.h"
 #include "dataplot.h"
 #include "gui_support.h"
 #include "mdialogcustomaxis.h"
 #include "operatingmode.h"
 #include "plotcurve.h"
 #include "plotprint.h"
+#include "programoptions.h"
 #include "tableplotdescription.h"
 #include "timebase.h"
 #include "valueaxistabpage.h"
@@ -56,9 +58,9 @@ class TestPlot : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<VistrelMainWindow> window;
+    std::unique_ptr<TestSupport::Parts> p;
 
-    QwtScaleDiv axis() const { return window->plot->axisScaleDiv(QwtPlot::xBottom); }
+    QwtScaleDiv axis() const { return p->plot.axisScaleDiv(QwtPlot::xBottom); }
     // Whether the view shows end - span to end, to a microsecond.
     bool viewEndsAt(double end, double span) const
     {
@@ -66,28 +68,24 @@ class TestPlot : public QObject
     }
     void runTo(double runTime)
     {
-        window->setRunTime(runTime);
-        window->followRun();
+        p->timeBase.setRunTime(runTime);
+        p->timeBase.followRun();
     }
-    void showStopped()
+    void showPlot()
     {
-        window->resize(1000, 800);
-        window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
-        window->setOperatingMode(ModeStopped);
+        p->plot.resize(1000, 500);
+        p->plot.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&p->plot));
     }
     // A canvas position near a time, and the time that it stands for.
-    QPoint at(double time) const
-    {
-        return QPoint(qRound(window->plot->transform(QwtPlot::xBottom, time)), 50);
-    }
-    double timeAt(double time) const { return window->plot->invTransform(QwtPlot::xBottom, at(time).x()); }
+    QPoint at(double time) const { return QPoint(qRound(p->plot.transform(QwtPlot::xBottom, time)), 50); }
+    double timeAt(double time) const { return p->plot.invTransform(QwtPlot::xBottom, at(time).x()); }
     // A curve (offset 10) whose zeroed arrays start with the points given, newest first.
     QSharedPointer<PlotCurve> curveWith(const Doubles& x, const Doubles& y, unsigned points,
                                         double scale = 1.0)
     {
         const auto curve = QSharedPointer<PlotCurve>::create(
-            window.get(), QColor(Qt::red), QStringLiteral("c"), 0, 2, 0x123, 1, 2, 0xFF, 0, 0, scale, 10.0,
+            &p->plot, 1, QColor(Qt::red), QStringLiteral("c"), 0, 2, 0x123, 1, 2, 0xFF, 0, 0, scale, 10.0,
             QString(), 2, true, points, true);
         std::copy(x.begin(), x.end(), curve->xValues.get());
         std::copy(y.begin(), y.end(), curve->yValues.get());
@@ -96,8 +94,8 @@ class TestPlot : public QObject
 
 private slots:
     void initTestCase() { GuiSupport::prepare(); }
-    void init() { window = GuiSupport::windowWithCurves(QString()); }
-    void cleanup() { window.reset(); }
+    void init() { p = std::make_unique<TestSupport::Parts>(); }
+    void cleanup() { p.reset(); }
 
     // The ends of the table and of each unit; index 24 lies past the end.
     void timeBases_data()
@@ -118,14 +116,14 @@ private slots:
         QFETCH(double, span);
         QFETCH(QString, label);
         const GuiSupport::CommaLocale comma; // labels keep their point
-        window->slotTimeBaseChanged(index);
-        QCOMPARE(window->textLabelTimeBase->text(), label);
+        p->timeBase.slotTimeBaseChanged(index);
+        QCOMPARE(p->label.text(), label);
         QVERIFY(viewEndsAt(0.0, span));
         // Ten intervals, labelled with three decimals.
         const QList<double> ticks = axis().ticks(QwtScaleDiv::MajorTick);
         QCOMPARE(ticks.size(), 11);
         const QString oneStep = QString::asprintf("%0.3f", -span / 10);
-        QCOMPARE(window->plot->axisScaleDraw(QwtPlot::xBottom)->label(ticks[9]).text(), oneStep);
+        QCOMPARE(p->plot.axisScaleDraw(QwtPlot::xBottom)->label(ticks[9]).text(), oneStep);
     }
 
     void followingARun_data()
@@ -150,10 +148,10 @@ private slots:
         QFETCH(int, index);
         QFETCH(double, startEnd);
         QFETCH(Steps, steps);
-        window->continuousScroll = continuous;
-        window->sliderTimeBase->setValue(index);
-        window->setRunTime(0.0);
-        window->setTimeAxisForStart();
+        p->options.continuousScroll = continuous;
+        p->slider.setValue(index);
+        p->timeBase.setRunTime(0.0);
+        p->timeBase.setTimeAxisForStart();
         const double span = axis().range();
         QVERIFY(viewEndsAt(startEnd, span));
         for (const QPointF& step : steps) {
@@ -161,25 +159,25 @@ private slots:
             QVERIFY2(viewEndsAt(step.y(), span), qPrintable(QString::number(step.x())));
             // The scroll bar at its right end, with a range once the record outgrows the view.
             const int end = step.x() > span ? int(step.x() * 1000) : 0;
-            QCOMPARE(window->scrollBarTime->maximum(), end);
-            QCOMPARE(window->scrollBarTime->value(), end);
+            QCOMPARE(p->scrollBar.maximum(), end);
+            QCOMPARE(p->scrollBar.value(), end);
         }
     }
 
     void afterARun()
     {
         runTo(100.0);
-        window->scrollBarTime->setValue(50000);
+        p->scrollBar.setValue(50000);
         QVERIFY(viewEndsAt(50.0, 10.0));
-        window->sliderTimeBase->setValue(8); // a new time base keeps the right end,
+        p->slider.setValue(8); // a new time base keeps the right end,
         QVERIFY(viewEndsAt(50.0, 5.0));
-        QCOMPARE(window->scrollBarTime->value(), 50000);
-        window->sliderTimeBase->setValue(12); // unless the whole record fits
+        QCOMPARE(p->scrollBar.value(), 50000);
+        p->slider.setValue(12); // unless the whole record fits
         QVERIFY(viewEndsAt(100.0, 100.0));
-        QCOMPARE(window->scrollBarTime->maximum(), 0);
-        window->sliderTimeBase->setValue(9);
+        QCOMPARE(p->scrollBar.maximum(), 0);
+        p->slider.setValue(9);
         runTo(3.0);
-        window->slotScrollTimeChanged(1000); // a short record doesn't scroll
+        p->timeBase.slotScrollTimeChanged(1000); // a short record doesn't scroll
         QVERIFY(viewEndsAt(3.0, 10.0));
     }
 
@@ -203,14 +201,14 @@ private slots:
         QFETCH(int, index);
         QFETCH(double, end);
         runTo(runTime);
-        window->plot->setMarker1(marker1);
-        window->plot->setMarker2(marker2);
-        const QSignalSpy slider(window->sliderTimeBase, &QSlider::valueChanged);
-        window->pushButtonDMarker->click();
-        QCOMPARE(window->sliderTimeBase->value(), index);
+        p->plot.setMarker1(marker1);
+        p->plot.setMarker2(marker2);
+        const QSignalSpy slider(&p->slider, &QSlider::valueChanged);
+        p->plot.slotDMarker();
+        QCOMPARE(p->slider.value(), index);
         QVERIFY(viewEndsAt(end, timeBaseTable[size_t(index)]));
-        QCOMPARE(window->textLabelTimeBase->text(), timeBaseLabel(timeBaseTable[size_t(index)]));
-        QCOMPARE(window->scrollBarTime->value(), runTime > axis().range() ? int(end * 1000) : 0);
+        QCOMPARE(p->label.text(), timeBaseLabel(timeBaseTable[size_t(index)]));
+        QCOMPARE(p->scrollBar.value(), runTime > axis().range() ? int(end * 1000) : 0);
         QCOMPARE(slider.count(), 0); // the slot ran once, directly
     }
 
@@ -237,34 +235,35 @@ private slots:
         QFETCH(double, time);
         QFETCH(QString, cell);
         const Doubles y = Doubles{50.0, 50.0, 30.0, 20.0, 10.0}.mid(0, x.size());
-        window->curves << curveWith({}, {}, 0) << curveWith(x, y, x.size() == 5 ? 5 : 8, scale);
-        TablePlotDescription* table = window->tableDescription;
+        p->curves.append(curveWith({}, {}, 0));
+        p->curves.append(curveWith(x, y, x.size() == 5 ? 5 : 8, scale));
+        TablePlotDescription* table = &p->description;
         table->setRowCount(2);
         for (int row = 0; row < 2; ++row) {
             table->setM1(row, QStringLiteral("before"));
             table->setM2(row, QStringLiteral("before"));
         }
-        window->plot->setMarker1(time);
+        p->plot.setMarker1(time);
         QCOMPARE(table->text(1, TablePlotDescription::ColM1), cell);
         QCOMPARE(table->text(1, TablePlotDescription::ColM2), QStringLiteral("before"));
-        window->plot->setMarker2(time);
+        p->plot.setMarker2(time);
         QCOMPARE(table->text(1, TablePlotDescription::ColM2), cell);
         QCOMPARE(table->text(0, TablePlotDescription::ColM2), QStringLiteral("before"));
     }
 
     void dragMovesTheNearerMarker()
     {
-        showStopped();
-        DataPlot* plot = window->plot;
+        showPlot();
+        DataPlot* plot = &p->plot;
         plot->setMarker2Color(Qt::red);
-        // Nearer to marker 1 (of -6 and -4): it follows, also past the other; texts wait for the release.
+        const QSignalSpy moved(plot, &DataPlot::signalMarkerMoved);
+        // Nearer to marker 1 (of -6 and -4): it follows, also past the other; it is told at the release.
         plot->slotPickerMoved(at(-5.8));
         plot->slotPickerMoved(at(-3.0));
         QCOMPARE(plot->marker1()->xValue(), timeAt(-3.0));
-        QCOMPARE(window->pushButtonMarker1->text(), QStringLiteral("M1: -6.000 s"));
+        QCOMPARE(moved.count(), 0);
         plot->slotPickerSelected(QPolygon(QVector<QPoint>{at(-3.0)}));
-        QCOMPARE(window->pushButtonMarker1->text(), QString::asprintf("M1: %0.3f s", timeAt(-3.0)));
-        QCOMPARE(window->pushButtonDMarker->text(), QString::asprintf("dM: -%0.3f s", timeAt(-3.0) + 4.0));
+        QCOMPARE(moved.last(), (QVariantList{1, timeAt(-3.0)}));
         QCOMPARE(plot->marker2()->xValue(), -4.0);
         // The next drag chooses afresh. Exactly midway (v +- 0.25 are exact
         // for v in (-1.75, -1.25]) marker 2 wins and lends the picker its colour.
@@ -276,19 +275,19 @@ private slots:
         QCOMPARE(plot->marker2()->xValue(), v);
         QCOMPARE(plot->picker()->trackerPen().color(), QColor(Qt::red));
         // In a run nothing moves, and a drag begun before doesn't end.
-        window->setOperatingMode(ModeRun);
+        plot->setMarkersMovable(false);
         plot->slotPickerSelected(QPolygon(QVector<QPoint>{at(-1.3)}));
         plot->slotPickerMoved(at(-5.0));
         QCOMPARE(plot->marker1()->xValue(), v - 0.25);
         QCOMPARE(plot->marker2()->xValue(), v);
-        QCOMPARE(window->pushButtonMarker2->text(), QString::asprintf("M2: %0.3f s", v + 0.25));
+        QCOMPARE(moved.count(), 3);
     }
 
     void timeTextAndGreyScalePrint()
     {
         // "Time/sec" in the lower right corner of the canvas.
-        showStopped();
-        const QImage canvas = window->plot->canvas()->grab().toImage();
+        showPlot();
+        const QImage canvas = p->plot.canvas()->grab().toImage();
         int dark = 0;
         for (int y = canvas.height() - 20; y < canvas.height() - 3; ++y)
             for (int x = canvas.width() - 65; x < canvas.width() - 5; ++x)
@@ -296,13 +295,13 @@ private slots:
         QVERIFY(dark > 20);
         // A grey-scale printer leaves out the canvas colour.
         const QColor colour(200, 30, 40);
-        window->plot->setCanvasColor(colour);
+        p->plot.setCanvasColor(colour);
         for (const auto mode : {QPrinter::Color, QPrinter::GrayScale}) {
             QImage image(800, 500, QImage::Format_RGB32);
             image.fill(Qt::white);
             QwtPlotRenderer renderer;
             setUpPrintRenderer(renderer, mode);
-            renderer.renderTo(window->plot, image);
+            renderer.renderTo(&p->plot, image);
             int colourPixels = 0;
             for (int y = 0; y < image.height(); ++y)
                 for (int x = 0; x < image.width(); ++x)
@@ -338,7 +337,7 @@ private slots:
             dialog->printer()->setOutputFileName(path); // where a print after Cancel would land
             accept ? dialog->accept() : dialog->reject();
         });
-        window->projectPrint();
+        GuiSupport::windowWithCurves(QString())->projectPrint();
         if (printer.isEmpty())
             QSKIP("this Qt's print dialog offers no printing to a file");
         QCOMPARE(printer, QStringLiteral("Vistrel %1").arg(QPageLayout::Landscape));
@@ -409,24 +408,32 @@ private slots:
         QCOMPARE((page ? d.left : d.right).min, -2.5);
     }
 
-    // With the fit flag, each update rescales the rows to their axis, but not in a run.
+    // With the viewport dialog's fit flag, each update rescales the rows to their axis, but not in a run.
     void fitRecalculatesTheScaling()
     {
-        const auto window = GuiSupport::windowWithCurves(QString(), 2);
-        TablePlotConfig* table = window->tableConfig;
+        const auto window = GuiSupport::windowWithCurves("net 0 virtual\n", 2);
+        TablePlotConfig* table = window->tableConfig();
         table->setValueAxis(1, 1);
-        const auto update = [&](bool fit, bool running) {
+        const auto update = [&] {
             for (int row = 0; row < 2; ++row)
                 table->setScaleText(row, QStringLiteral("5"));
-            window->fitScaleToViewport = fit;
-            window->running = running;
             window->slotAxisSettingsUpdated();
-            window->running = false;
             return QStringList{table->scaleText(0), table->scaleText(1)};
         };
-        QCOMPARE(update(false, false), (QStringList{"5", "5"}));
-        QCOMPARE(update(true, true), (QStringList{"5", "5"}));
-        QCOMPARE(update(true, false), (QStringList{"0.7843137254901961", "0.392156862745098"}));
+        QCOMPARE(update(), (QStringList{"5", "5"}));
+        const TestSupport::ModalAnswerer fit([](QWidget* widget) {
+            auto* dialog = qobject_cast<MDialogCustomAxis*>(widget);
+            dialog->checkBoxFitScaleToViewport->setChecked(true);
+            dialog->pushButtonApply->click();
+            dialog->buttonCancel->click();
+        });
+        window->on_projectCustom_AxisAction_triggered(false);
+        QPushButton* start = GuiSupport::child<QPushButton>(window.get(), "pushButtonStartStop");
+        start->click();
+        QVERIFY(window->isRunning());
+        QCOMPARE(update(), (QStringList{"5", "5"}));
+        start->click();
+        QCOMPARE(update(), (QStringList{"0.7843137254901961", "0.392156862745098"}));
     }
 };
 

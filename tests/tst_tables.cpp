@@ -31,8 +31,8 @@ std::unique_ptr<VistrelMainWindow> namedRows(int rows, bool shown = false)
 {
     auto window = GuiSupport::windowWithCurves(threeNets, rows, shown);
     for (int row = 0; row < rows; ++row) {
-        window->tableConfig->setCurveName(row, QStringLiteral("c%1").arg(row));
-        window->tableConfig->setUnitText(row, QStringLiteral("u%1").arg(row));
+        window->tableConfig()->setCurveName(row, QStringLiteral("c%1").arg(row));
+        window->tableConfig()->setUnitText(row, QStringLiteral("u%1").arg(row));
     }
     return window;
 }
@@ -41,18 +41,18 @@ std::unique_ptr<VistrelMainWindow> namedRows(int rows, bool shown = false)
 QStringList curvesShown(VistrelMainWindow& w)
 {
     QStringList shown;
-    for (int row = 0; row < w.tableConfig->rowCount(); ++row) {
-        const QString name = w.tableConfig->curveName(row);
-        const QString color = w.tableConfig->curveColor(row);
+    for (int row = 0; row < w.tableConfig()->rowCount(); ++row) {
+        const QString name = w.tableConfig()->curveName(row);
+        const QString color = w.tableConfig()->curveColor(row);
         const bool agree =
-            row < w.curves.size() && w.curves[row]->plotItem->title().text() == name &&
-            w.curves[row]->plotItem->pen().color() == QColor(color) &&
-            w.tableDescription->text(row, Description::ColName) == name &&
-            w.tableDescription->curveColor(row) == color &&
-            w.tableDescription->text(row, Description::ColUnit) == w.tableConfig->unitText(row);
+            row < w.curves().size() && w.curves()[row]->plotItem->title().text() == name &&
+            w.curves()[row]->plotItem->pen().color() == QColor(color) &&
+            w.tableDescription()->text(row, Description::ColName) == name &&
+            w.tableDescription()->curveColor(row) == color &&
+            w.tableDescription()->text(row, Description::ColUnit) == w.tableConfig()->unitText(row);
         shown << (agree ? name : QStringLiteral("row %1 differs").arg(row));
     }
-    return shown + QStringList(QString::number(w.tableDescription->rowCount() - w.curves.size()));
+    return shown + QStringList(QString::number(w.tableDescription()->rowCount() - w.curves().size()));
 }
 
 // The six scaling cells: raw min, raw max, min, max, offset, scale.
@@ -97,7 +97,7 @@ private slots:
     void newRow()
     {
         const auto window = windowWithBareTable(threeNets, 2);
-        Config* table = window->tableConfig;
+        Config* table = window->tableConfig();
         QStringList texts;
         for (int col = Config::ColName; col <= Config::ColUnit; ++col)
             texts << table->cellText(1, col);
@@ -122,7 +122,7 @@ private slots:
     void baudCode()
     {
         const auto window = windowWithBareTable(QString(), 1);
-        Config* table = window->tableConfig;
+        Config* table = window->tableConfig();
         QComboBox* box = table->comboSave(0, Config::ColBaud)->comboBox;
         table->setBaud(0, 13);
         QVERIFY(table->baud(0) == 13 && box->currentText() == "10.0" && table->btrText(0) == "-----");
@@ -141,7 +141,7 @@ private slots:
     void cellsOutsideTheTable()
     {
         const auto window = windowWithBareTable(QString(), 2);
-        Config* table = window->tableConfig;
+        Config* table = window->tableConfig();
         const QSignalSpy changes(table, &QTableWidget::cellChanged);
         QCOMPARE(table->cellText(2, Config::ColName), QStringLiteral("(internal error)itemSaveDummy"));
         table->setCellText(-1, Config::ColName, QStringLiteral("written")); // goes to the dummy
@@ -158,7 +158,7 @@ private slots:
         const auto window = windowWithBareTable(
             QStringLiteral("net 2 virtual name=BOX_CAN features=0xFFFF tsfreq=1234567 hw=0x0102 fw=0x0A0B\n"),
             1);
-        Config* table = window->tableConfig;
+        Config* table = window->tableConfig();
         const auto tooltip = [table](int col) {
             return table->item(0, col)->data(Qt::ToolTipRole).toString();
         };
@@ -179,8 +179,8 @@ private slots:
     void enableAndStyle()
     {
         const auto window = GuiSupport::windowWithCurves(QString(), 2);
-        Description* table = window->tableDescription;
-        const QwtPlotCurve* item = window->curves[0]->plotItem;
+        Description* table = window->tableDescription();
+        const QwtPlotCurve* item = window->curves()[0]->plotItem;
         QComboBox* style = table->comboSave(0, Description::ColStyle)->comboBox;
         QVERIFY(table->curveEnabled(0) && style->currentText() == "Steps");
         QVERIFY(!(table->item(0, Description::ColName)->flags() & Qt::ItemIsEditable));
@@ -193,7 +193,7 @@ private slots:
         QCOMPARE(item->style(), QwtPlotCurve::Sticks);
         style->setCurrentIndex(1);
         QCOMPARE(item->style(), QwtPlotCurve::Lines);
-        QCOMPARE(window->curves[1]->plotItem->style(), QwtPlotCurve::Steps);
+        QCOMPARE(window->curves()[1]->plotItem->style(), QwtPlotCurve::Steps);
     }
 
     // A text that fails its check becomes "0"; one that passes keeps its form.
@@ -221,7 +221,7 @@ private slots:
         QFETCH(QString, typed);
         QFETCH(QString, result);
         const auto window = namedRows(2);
-        Config* table = window->tableConfig;
+        Config* table = window->tableConfig();
         table->comboSave(1, Config::ColBaud)->comboBox->setCurrentIndex(Config::BaudBtrIndex);
         const QString other = table->cellText(0, col);
         table->setCellText(1, col, typed);
@@ -232,7 +232,7 @@ private slots:
     void btrModeTransitions()
     {
         const auto window = namedRows(2);
-        Config* table = window->tableConfig;
+        Config* table = window->tableConfig();
         QComboBox* baud = table->comboSave(1, Config::ColBaud)->comboBox;
         table->setBtrText(1, QStringLiteral("1c")); // not in BTR mode: undone
         QCOMPARE(table->btrText(1), QStringLiteral("-----"));
@@ -272,43 +272,43 @@ private slots:
         QFETCH(int, current);
         const auto window = namedRows(2);
         VistrelMainWindow& w = *window;
-        const QVector<QwtPlotCurve*> items{w.curves[0]->plotItem, w.curves[1]->plotItem};
-        w.tableConfig->setCurrentCell(current, Config::ColUnit);
+        const QVector<QwtPlotCurve*> items{w.curves()[0]->plotItem, w.curves()[1]->plotItem};
+        w.tableConfig()->setCurrentCell(current, Config::ColUnit);
         w.projectAddCurve();
         const int added = current + 1;
         QStringList expected{"c0", "c1", "0"};
         expected.insert(added, QStringLiteral("NewName"));
         QCOMPARE(curvesShown(w), expected);
-        QCOMPARE(w.curves[added < 1 ? 1 : 0]->plotItem, items[0]);
-        QCOMPARE(w.tableConfig->currentRow(), added);
-        QCOMPARE(w.tableConfig->currentColumn(), int(Config::ColName));
+        QCOMPARE(w.curves()[added < 1 ? 1 : 0]->plotItem, items[0]);
+        QCOMPARE(w.tableConfig()->currentRow(), added);
+        QCOMPARE(w.tableConfig()->currentColumn(), int(Config::ColName));
         // Names and units reach the other table at once, names also the plot.
-        w.tableConfig->setCurveName(added, QStringLiteral("Speed"));
-        w.tableConfig->setUnitText(added, QStringLiteral("km/h"));
+        w.tableConfig()->setCurveName(added, QStringLiteral("Speed"));
+        w.tableConfig()->setUnitText(added, QStringLiteral("km/h"));
         expected[added] = QStringLiteral("Speed");
         QCOMPARE(curvesShown(w), expected);
         // Two new rows differ in colour only.
-        QVERIFY(w.tableConfig->curveColor(added) != w.tableConfig->curveColor(added == 0 ? 1 : 0));
+        QVERIFY(w.tableConfig()->curveColor(added) != w.tableConfig()->curveColor(added == 0 ? 1 : 0));
     }
 
     void axisRule()
     {
         const auto window = namedRows(2);
         VistrelMainWindow& w = *window;
-        QComboBox* axis = w.tableConfig->comboSave(1, Config::ColAxis)->comboBox;
+        QComboBox* axis = w.tableConfig()->comboSave(1, Config::ColAxis)->comboBox;
         axis->setCurrentIndex(1);
         // The right axis appears, behind the cell's own signal; the curve
         // moves, and its scaling fills the right viewport, 0 to 100.
-        QVERIFY(w.axisSettings[1]->visible && !w.plot->axisEnabled(QwtPlot::yRight));
-        QTRY_VERIFY(w.plot->axisEnabled(QwtPlot::yRight));
-        QCOMPARE(w.curves[1]->plotItem->yAxis(), int(QwtPlot::yRight));
-        QCOMPARE(w.curves[0]->plotItem->yAxis(), int(QwtPlot::yLeft));
-        QCOMPARE(w.tableConfig->scaleText(1), QStringLiteral("0.392156862745098"));
+        QVERIFY(w.axisSettings()[1]->visible && !w.plot()->axisEnabled(QwtPlot::yRight));
+        QTRY_VERIFY(w.plot()->axisEnabled(QwtPlot::yRight));
+        QCOMPARE(w.curves()[1]->plotItem->yAxis(), int(QwtPlot::yRight));
+        QCOMPARE(w.curves()[0]->plotItem->yAxis(), int(QwtPlot::yLeft));
+        QCOMPARE(w.tableConfig()->scaleText(1), QStringLiteral("0.392156862745098"));
         // Back to the left: the curve moves, the axis stays.
         axis->setCurrentIndex(0);
-        QCOMPARE(w.curves[1]->plotItem->yAxis(), int(QwtPlot::yLeft));
+        QCOMPARE(w.curves()[1]->plotItem->yAxis(), int(QwtPlot::yLeft));
         QTest::qWait(0);
-        QVERIFY(w.plot->axisEnabled(QwtPlot::yRight));
+        QVERIFY(w.plot()->axisEnabled(QwtPlot::yRight));
     }
 
     // A plain left click on "Col" opens the colour dialog; what it picks
@@ -316,7 +316,7 @@ private slots:
     void colourCell()
     {
         const auto window = namedRows(2, true);
-        Config* table = window->tableConfig;
+        Config* table = window->tableConfig();
         const QString before = table->curveColor(1);
         QStringList seen;
         const ModalAnswerer handler([&seen](QWidget* widget) {
@@ -337,18 +337,20 @@ private slots:
     {
         const auto window = namedRows(1, true);
         VistrelMainWindow& w = *window;
-        QMenu* menu = w.tableConfig->verticalHeader()->findChild<QMenu*>();
+        QMenu* menu = w.tableConfig()->verticalHeader()->findChild<QMenu*>();
         QList<QAction*> shown;
         connect(menu, &QMenu::aboutToShow, menu, [&shown, menu] {
             shown = menu->actions();
             QTimer::singleShot(0, menu, &QMenu::close);
         });
-        emit w.tableConfig->customContextMenuRequested(QPoint());
-        QCOMPARE(shown, (QList<QAction*>{w.projectAdd_CurveAction, w.projectCalculateAction,
-                                         w.projectDelete_CurveAction}));
+        emit w.tableConfig()->customContextMenuRequested(QPoint());
+        QCOMPARE(shown, (QList<QAction*>{GuiSupport::child<QAction>(&w, "projectAdd_CurveAction"),
+                                         GuiSupport::child<QAction>(&w, "projectCalculateAction"),
+                                         GuiSupport::child<QAction>(&w, "projectDelete_CurveAction")}));
         shown.clear();
-        w.pushButtonStartStop->setChecked(true); // no adding or deleting during a run
-        emit w.tableConfig->customContextMenuRequested(QPoint());
+        GuiSupport::child<QPushButton>(&w, "pushButtonStartStop")
+            ->setChecked(true); // no adding or deleting during a run
+        emit w.tableConfig()->customContextMenuRequested(QPoint());
         QVERIFY(shown.isEmpty());
     }
 
@@ -375,11 +377,12 @@ private slots:
         QFETCH(QStringList, remaining);
         const auto window = namedRows(4);
         VistrelMainWindow& w = *window;
-        QItemSelectionModel* selection = w.tableConfig->selectionModel();
+        QItemSelectionModel* selection = w.tableConfig()->selectionModel();
         selection->clear();
-        selection->setCurrentIndex(w.tableConfig->model()->index(current, 1), QItemSelectionModel::NoUpdate);
+        selection->setCurrentIndex(w.tableConfig()->model()->index(current, 1),
+                                   QItemSelectionModel::NoUpdate);
         for (const int row : selected)
-            selection->select(w.tableConfig->model()->index(row, 0),
+            selection->select(w.tableConfig()->model()->index(row, 0),
                               QItemSelectionModel::Select | QItemSelectionModel::Rows);
         {
             const ModalAnswerer answerer(yes ? QMessageBox::Yes : QMessageBox::No);
@@ -389,15 +392,16 @@ private slots:
                      QStringLiteral("Do you really want to delete the curve(s)?\nContinue?"));
         }
         QCOMPARE(curvesShown(w), remaining);
-        QCOMPARE(w.plot->itemList(QwtPlotItem::Rtti_PlotCurve).size(), remaining.size() - 1);
+        QCOMPARE(w.plot()->itemList(QwtPlotItem::Rtti_PlotCurve).size(), remaining.size() - 1);
         // Without rows there is nothing to start, and nothing to ask.
-        QCOMPARE(w.pushButtonStartStop->isEnabled(), remaining.size() > 1);
+        QCOMPARE(GuiSupport::child<QPushButton>(&w, "pushButtonStartStop")->isEnabled(),
+                 remaining.size() > 1);
         const ScaleDialogAnswer answer([](MDialogScaleOffset*) {});
-        const int last = w.tableConfig->rowCount() - 1;
+        const int last = w.tableConfig()->rowCount() - 1;
         if (last < 0)
             w.projectDeleteCurve();
         else // the Calc button of the last row opens the dialog of that row
-            qobject_cast<QPushButton*>(w.tableConfig->cellWidget(last, Config::ColCalc))->click();
+            qobject_cast<QPushButton*>(w.tableConfig()->cellWidget(last, Config::ColCalc))->click();
         const QString title =
             QStringLiteral("%1 Curve Scaling %2 (Row: %3)").arg(last).arg(remaining.value(last));
         QCOMPARE(answer.opened.value(0), last < 0 ? QString() : title.arg(last + 1));
@@ -430,7 +434,7 @@ private slots:
         QFETCH(int, axis);
         QFETCH(QStringList, cells);
         const auto window = TestSupport::windowWithBareTable(QString(), 1);
-        Config* table = window->tableConfig;
+        Config* table = window->tableConfig();
         table->setValueAxis(0, axis);
         table->setDataType(0, dataType);
         const GuiSupport::CommaLocale comma;
@@ -469,7 +473,7 @@ private slots:
         QFETCH(QStringList, shown);
         const GuiSupport::CommaLocale comma;
         const auto window = GuiSupport::windowWithCurves(QString(), 2);
-        Config* table = window->tableConfig;
+        Config* table = window->tableConfig();
         table->comboSave(1, Config::ColDataType)->comboBox->setCurrentIndex(7);
         const QStringList before = scalingCells(table, 1);
         const QStringList otherRow = scalingCells(table, 0);
@@ -496,18 +500,18 @@ private slots:
     // The ways into the dialog. A double click or F2 must follow a plain left click; not in a run.
     void waysIn()
     {
-        const auto window = GuiSupport::windowWithCurves(QString(), 3, true);
+        const auto window = GuiSupport::windowWithCurves("net 0 virtual\n", 3, true);
         VistrelMainWindow& w = *window;
-        Config* table = w.tableConfig;
+        Config* table = w.tableConfig();
+        QPushButton* start = GuiSupport::child<QPushButton>(&w, "pushButtonStartStop");
         const auto centre = [table](int col) {
             return table->visualRect(table->model()->index(1, col)).center();
         };
         // The dialog that `act` opens; one answerer each, as it is the same dialog every time.
-        const auto opens = [&w](const std::function<void()>& act) {
+        const auto opens = [](const std::function<void()>& act) {
             const ScaleDialogAnswer answer([](MDialogScaleOffset*) {});
             act();
             QTest::qWait(20);
-            w.running = false;
             return answer.opened.value(0);
         };
         const auto doubleClick = [table, centre](Qt::MouseButton button, int col) {
@@ -522,13 +526,14 @@ private slots:
         };
         QCOMPARE(opens(f2), QString()); // before any click
         QCOMPARE(opens(doubleClick(Qt::RightButton, Config::ColScale)), QString());
-        w.running = true;
+        start->click();
         QCOMPARE(opens(doubleClick(Qt::LeftButton, Config::ColScale)), QString());
+        start->click();
         QCOMPARE(opens(doubleClick(Qt::LeftButton, Config::ColOffset)),
                  QStringLiteral("1 Curve Scaling NewName (Row: 2)"));
         QCOMPARE(opens(f2), QStringLiteral("2 Curve Scaling NewName (Row: 3)"));
         table->setCurrentIndex(QModelIndex()); // no current row: row 0
-        QCOMPARE(opens([&w] { w.projectCalculateAction->trigger(); }),
+        QCOMPARE(opens([&w] { GuiSupport::child<QAction>(&w, "projectCalculateAction")->trigger(); }),
                  QStringLiteral("0 Curve Scaling NewName (Row: 1)"));
     }
 };

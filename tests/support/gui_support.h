@@ -26,7 +26,7 @@ inline std::unique_ptr<VistrelMainWindow> windowWithCurves(const QString& driver
     TestSupport::useDriverConfig(driverConfig);
     auto window = std::make_unique<VistrelMainWindow>();
     for (int row = 0; row < rows; ++row) {
-        window->tableConfig->setCurrentCell(row - 1, TablePlotConfig::ColName);
+        window->tableConfig()->setCurrentCell(row - 1, TablePlotConfig::ColName);
         window->projectAddCurve();
     }
     if (shown) {
@@ -36,6 +36,15 @@ inline std::unique_ptr<VistrelMainWindow> windowWithCurves(const QString& driver
             qWarning("window not exposed");
     }
     return window;
+}
+
+// A widget or action of the window's form, by its object name.
+template <typename T> T* child(const QObject* window, const char* name)
+{
+    T* found = window->findChild<T*>(QLatin1String(name));
+    if (!found)
+        qFatal("no %s", name);
+    return found;
 }
 
 // A German default locale, with a decimal comma, while it lives.

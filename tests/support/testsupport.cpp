@@ -107,9 +107,9 @@ std::unique_ptr<VistrelMainWindow> windowWithBareTable(const QString& driverConf
 {
     useDriverConfig(driverConfig);
     auto window = std::make_unique<VistrelMainWindow>();
-    QObject::disconnect(window->tableConfig, nullptr, window.get(), nullptr);
+    QObject::disconnect(window->tableConfig(), nullptr, window.get(), nullptr);
     for (int row = 0; row < rows; ++row)
-        window->tableConfig->addCurveRow(row);
+        window->tableConfig()->addCurveRow(row);
     return window;
 }
 

@@ -2,6 +2,7 @@
 #define TESTSUPPORT_H
 
 #include <QMessageBox>
+#include <QPointer>
 #include <QStringList>
 #include <QTimer>
 
@@ -36,7 +37,9 @@ private:
     Handler handler;
     int remaining;
     int count = 0;
-    QWidget* last = nullptr;
+    // Null once the answered widget is gone, so that a new one at its
+    // address is still answered.
+    QPointer<QWidget> last;
     QStringList boxTitles;
     QStringList boxTexts;
     QTimer timer;

@@ -4,6 +4,7 @@
 #include "curvelock.h"
 #include "framedecode.h"
 #include "framering.h"
+#include "netinfo.h"
 #include "pointarray.h"
 #include "tessbus.h"
 
@@ -16,11 +17,11 @@
 #include <cstdint>
 #include <memory>
 
+class DataPlot;
 class QwtPlotCurve;
-class VistrelMainWindow;
 
 // One curve: the capture thread of its row, the store of its samples, and
-// the owner of the plot item that draws it.
+// the owner of the plot item that draws it on the plot it is given.
 //
 // The capture thread only stores raw frames in `ring` (under `mutex`, taken
 // with CurveLock); the refresh cycle on the user interface thread copies the
@@ -38,8 +39,9 @@ public:
     static constexpr int readBatch = 2047;
 
     // pos counts from 1. points gives maxPoints and the ring's capacity;
-    // clearArrays says whether the arrays start as zeros.
-    PlotCurve(VistrelMainWindow* mainWindow, const QColor& color, const QString& name, int net, int baud,
+    // clearArrays says whether the arrays start as zeros. The item is drawn
+    // with a pen of lineWidth pixels.
+    PlotCurve(DataPlot* plot, int lineWidth, const QColor& color, const QString& name, int net, int baud,
               int canId, int pos, int dataType, int mask, int byteOrder, int axis, double scale,
               double offset, const QString& unit, int style, bool visible, unsigned points, bool clearArrays);
     ~PlotCurve() override;
@@ -54,6 +56,12 @@ public:
 
     // Stores the frames that can be decoded; the caller holds `mutex`.
     void appendFrames(const TessFrameT* frames, int n);
+
+    // Starts the thread on the record of the curve's net, with software
+    // timestamps counted from timeOrigin (on the scale of wallClockSeconds).
+    // Both are copied: the thread reads nothing of its caller.
+    void startCapture(const NetInfo& netInfo, double timeOrigin,
+                      QThread::Priority priority = QThread::InheritPriority);
 
     // Ends the thread: flag, close of the handle (which releases a blocked
     // read), then an unlimited wait. Harmless when called twice.
@@ -92,6 +100,8 @@ public:
     int driverHandle() const { return handle.load(); }
 
     void setColor(const QColor& color);
+    // Takes effect with the next setColor.
+    void setLineWidth(int width) { lineWidth = width; }
     void setCurveAxis(int axis);
     void setCurveTitle(const QString& title);
     void setAntialiased(bool on);
@@ -144,7 +154,10 @@ private:
     unsigned newestTimeBreak = 0;
 
     std::atomic<int32_t> keepRunning{0};
-    VistrelMainWindow* const mainWindow;
+    int lineWidth;
+    // Set by startCapture before the thread starts.
+    NetInfo captureNet;
+    double captureOrigin = 0.0;
     std::atomic<int32_t> handle{-1};
     // Raised by stopCapture; run() looks at it after it has raised
     // keepRunning itself, so that a stop that overtakes the start holds.

@@ -2,9 +2,7 @@
 
 #include "dataplot.h"
 #include "fastplotcurve.h"
-#include "netinfo.h"
 #include "timestampedread.h"
-#include "vistrelmainwindow.h"
 #include "wallclock.h"
 
 #include <qwt_plot.h>
@@ -41,32 +39,32 @@ uint64_t softwareTimestamp(double runSeconds)
 
 } // namespace
 
-PlotCurve::PlotCurve(VistrelMainWindow* mainWindow, const QColor& color, const QString& name, int net,
+PlotCurve::PlotCurve(DataPlot* plot, int lineWidth, const QColor& color, const QString& name, int net,
                      int baud, int canId, int pos, int dataType, int mask, int byteOrder, int axis,
                      double scale, double offset, const QString& unit, int style, bool visible,
                      unsigned points, bool clearArrays)
     : frameCopy(new TessFrameT[points]), xValues(size_t(points) + 1), yValues(size_t(points) + 1),
-      ring(points), scale(scale), offset(offset), maxPoints(points), mainWindow(mainWindow), color(color),
+      ring(points), scale(scale), offset(offset), maxPoints(points), lineWidth(lineWidth), color(color),
       name(name), unit(unit), net(net), baud(baud), canId(canId), bytePos(pos - 1), mask(mask),
       dataType(dataType), byteOrder(byteOrder), axis(axis), style(style)
 {
     plotItem = new FastPlotCurve(name);
     // By name, so that an alpha channel is dropped.
-    plotItem->setPen(QPen(QColor(color.name()), mainWindow->lineWidth));
+    plotItem->setPen(QPen(QColor(color.name()), lineWidth));
     plotItem->setYAxis(axis != 0 ? QwtPlot::yRight : QwtPlot::yLeft);
     // Sticks rise from the value that a raw 0 has.
     plotItem->setBaseline(offset);
     // The arrays run newest first. A curve is oriented vertically by
     // default, and Qwt's steps then hold each value from its own time until
     // the next sample; the Inverted attribute would turn that round.
-    mainWindow->plot->setCurveStyle(this, visible, style);
+    plot->setCurveStyle(this, visible, style);
 
     if (clearArrays) {
         std::fill_n(xValues.get(), size_t(points) + 1, 0.0);
         std::fill_n(yValues.get(), size_t(points) + 1, 0.0);
     }
     plotItem->setRawSamples(xValues.get(), yValues.get(), 1);
-    plotItem->attach(mainWindow->plot);
+    plotItem->attach(plot);
 }
 
 PlotCurve::~PlotCurve()
@@ -116,6 +114,13 @@ void PlotCurve::appendFrames(const TessFrameT* frames, int n)
     });
 }
 
+void PlotCurve::startCapture(const NetInfo& netInfo, double timeOrigin, QThread::Priority priority)
+{
+    captureNet = netInfo;
+    captureOrigin = timeOrigin;
+    start(priority);
+}
+
 void PlotCurve::closeHandle()
 {
     const int32_t open = handle.exchange(-1);
@@ -148,7 +153,7 @@ int PlotCurve::pointCount() const
 void PlotCurve::setColor(const QColor& newColor)
 {
     if (plotItem)
-        plotItem->setPen(QPen(newColor, mainWindow->lineWidth));
+        plotItem->setPen(QPen(newColor, lineWidth));
 }
 
 void PlotCurve::setCurveAxis(int newAxis)
@@ -187,7 +192,7 @@ void PlotCurve::run()
         keepRunning.store(0);
 
     const bool knownNet = net >= 0 && net < TESS_MAX_NETS;
-    const NetInfo netInfo = knownNet ? mainWindow->nets[size_t(net)] : NetInfo();
+    const NetInfo netInfo = knownNet ? captureNet : NetInfo();
     const TessStatus status = netInfo.status;
 
     int opened = -1;
@@ -247,7 +252,7 @@ void PlotCurve::readWithHardwareTime(int64_t frequency, int64_t start)
 
 void PlotCurve::readWithSoftwareTime()
 {
-    const double origin = mainWindow->timeOrigin();
+    const double origin = captureOrigin;
     {
         const CurveLock lock(mutex);
         timestampFrequency = softwareFrequency;

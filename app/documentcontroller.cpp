@@ -1,0 +1,452 @@
+#include "documentcontroller.h"
+
+#include "canlog.h"
+#include "commandline.h"
+#include "curvelock.h"
+#include "curveset.h"
+#include "dataplot.h"
+#include "ifprompt.h"
+#include "operatingmode.h"
+#include "plotcurve.h"
+#include "programoptions.h"
+#include "rowrecords.h"
+#include "runcontroller.h"
+#include "tableplotconfig.h"
+#include "tableplotdescription.h"
+#include "timebasecontroller.h"
+#include "wallclock.h"
+
+#include <qwt_plot_curve.h>
+
+#include <QFile>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+// A time of the header as the window takes it: one that no clock gives (not
+// a number, infinite, or beyond a million millennia) reads as 0, so that
+// the conversions of the status bar and the time axis stay defined.
+double plausibleTime(double seconds)
+{
+    return std::isfinite(seconds) && std::abs(seconds) < 1e15 ? seconds : 0.0;
+}
+
+// The key of a row's frames: its id, with the 29-bit flag.
+uint32_t frameKey(TablePlotConfig& config, int row)
+{
+    uint32_t key = uint32_t(config.idText(row).toInt(nullptr, 0));
+    if (config.is29Bit(row))
+        key += TESS_ID_29BIT;
+    return key;
+}
+
+} // namespace
+
+DocumentController::DocumentController(const Parts& parts, const QVector<ValueAxisSettings*>& axisSettings,
+                                       ProgramOptions& options, IFPrompt& prompt, QObject* parent)
+    : QObject(parent), parts(parts), axisSettings(axisSettings), options(options), prompt(prompt)
+{}
+
+void DocumentController::setProjectFileName(const QString& name)
+{
+    m_projectFileName = name;
+    emit signalFileNamesChanged();
+}
+
+void DocumentController::setDataFileName(const QString& name)
+{
+    m_dataFileName = name;
+    emit signalFileNamesChanged();
+}
+
+void DocumentController::placeMarkers()
+{
+    parts.plot->slotMarker2();
+    parts.plot->slotMarker1();
+}
+
+bool DocumentController::resetProject()
+{
+    TablePlotConfig* config = parts.config;
+    if (config->rowCount() > 0 &&
+        !prompt.askYesNo(tr("Do you really want to delete the actual configuration and data?\nContinue?")))
+        return false;
+
+    config->removeAllRows();
+    parts.description->setRowCount(0);
+    parts.curves->clear();
+
+    parts.run->setTimeOrigin(wallClockSeconds());
+    parts.timeBase->resetView();
+    placeMarkers();
+
+    *axisSettings[0] = ValueAxisSettings::leftDefault();
+    *axisSettings[1] = ValueAxisSettings::rightDefault();
+    emit signalAxisSettingsChanged();
+
+    emit signalTimes(parts.run->timeOrigin(), parts.timeBase->runTime());
+    setProjectFileName(QString());
+    setDataFileName(QString());
+    emit signalOperatingMode(ModeNone);
+    return true;
+}
+
+void DocumentController::openCommandLineFile(const QStringList& arguments)
+{
+    const CommandLineFile file = commandLineFile(arguments);
+    switch (file.kind) {
+    case CommandLineFile::Project:
+        readProjectFile(file.name);
+        break;
+    case CommandLineFile::Data:
+        readDataFile(file.name);
+        break;
+    case CommandLineFile::None:
+        break;
+    }
+}
+
+// The project file: the tables and the value axes; the attribute names are
+// the column keys of the two tables.
+
+void DocumentController::writeProjectFile(const QString& fileName)
+{
+    // The name is taken before the file is tried, and stays after a failure.
+    setProjectFileName(fileName);
+
+    QVector<ProjectGraph> graphs;
+    for (int row = 0; row < parts.config->rowCount(); ++row)
+        graphs << graphOfRow(*parts.config, *parts.description, row);
+    QVector<ValueAxisSettings> axes;
+    for (const ValueAxisSettings* axis : axisSettings)
+        axes << *axis;
+    const QDomDocument document = buildProjectDocument(fileName, projectDateTimeNow(), graphs, axes);
+
+    QFile file(fileName);
+    if (!writeProjectDocument(document, &file))
+        prompt.showError(tr("Cannot write file %1").arg(fileName));
+}
+
+void DocumentController::readProjectFile(const QString& fileName)
+{
+    if (!resetProject())
+        return;
+
+    QFile file(fileName);
+    const ProjectReadResult result = readProjectDocument(&file);
+    if (result.status != ProjectReadResult::Ok) {
+        // The reset stands: the configuration and both names are empty.
+        const QString text = result.status == ProjectReadResult::OpenFailed ? tr("Cannot read file %1")
+                                                                            : tr("Cannot parse xml-file %1");
+        prompt.showError(text.arg(fileName));
+        return;
+    }
+
+    TablePlotConfig* config = parts.config;
+    TablePlotDescription* description = parts.description;
+    for (const ProjectElement& element : result.elements) {
+        if (element.kind == ProjectElement::Axis) {
+            *axisSettings[element.axisIndex] = element.axis;
+            continue;
+        }
+        // The writer puts the curves first, so the position is the row. In a
+        // file where something else stands before them the position lies
+        // beyond the table: the row is then appended, which keeps the rows
+        // in file order and both tables and the curves in step.
+        const int row = qMin(element.position, config->rowCount());
+        const ProjectGraph& graph = element.graph;
+        config->addCurveRow(row);
+        fillConfigRow(*config, row, graph);
+        description->addCurveRow(row);
+        description->syncRow(row);
+        description->setCurveStyleIndex(
+            row, graph.number(description->columnInfo(TablePlotDescription::ColStyle).key));
+        description->setCurveEnabled(
+            row, graph.number(description->columnInfo(TablePlotDescription::ColEnable).key) != 0);
+        parts.curves->createCurve(row);
+    }
+
+    emit signalAxisSettingsChanged();
+    setProjectFileName(fileName);
+    setDataFileName(QString());
+    // The mode stays ModeNone from the reset: the curves hold no data yet.
+    emit signalActionsChanged();
+}
+
+// The data file: a recording with its configuration. The reader rebuilds
+// the rows through addCurveRow and writes the cells with cellChanged
+// connected, so the edit rules also pass over loaded values.
+
+void DocumentController::writeDataFile(const QString& fileName)
+{
+    // The name is taken before the file is tried, and stays after a failure.
+    setDataFileName(fileName);
+
+    QFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly)) {
+        prompt.showError(tr("Cannot write file %1").arg(fileName));
+        return;
+    }
+
+    TablePlotConfig* config = parts.config;
+    DataFileHeader header;
+    header.timeOrigin = parts.run->timeOrigin();
+    header.runTime = parts.timeBase->runTime();
+    header.plotSize = options.plotSize;
+    header.curveCount = config->rowCount();
+    header.axes = {DataAxisRecord::from(*axisSettings[0]), DataAxisRecord::from(*axisSettings[1])};
+    // A write error after a successful open is not reported.
+    writeDataHeader(file, header);
+
+    for (int row = 0; row < config->rowCount(); ++row) {
+        // After an import that was given up, a row may lack its curve (an
+        // empty entry, or fewer curves than rows): it is stored with no
+        // points.
+        PlotCurve* curve = parts.curves->at(row);
+        const int points = curve ? curve->pointCount() : 0;
+        writeDataCurveRecord(file, recordOfRow(*config, *parts.description, row, points));
+        if (!curve)
+            continue;
+        const CurveLock lock(curve->mutex);
+        writeDataPoints(file, curve->xValues.get(), curve->yValues.get(), points);
+    }
+    file.close();
+}
+
+void DocumentController::offerPlotSize(uint32_t filePlotSize)
+{
+    // The curves take their capacity from their own point count, whatever
+    // the answer.
+    if (filePlotSize <= options.plotSize || filePlotSize > ProgramOptions::largestPlotSize)
+        return;
+    if (prompt.askYesNo(tr("Plot size (%1) in the datafile is bigger than actual plot size (%2)!\n"
+                           "Should the plot size be increased?")
+                            .arg(filePlotSize)
+                            .arg(options.plotSize)))
+        options.plotSize = filePlotSize;
+}
+
+void DocumentController::readDataFile(const QString& fileName)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly)) {
+        prompt.showError(tr("Cannot read file %1").arg(fileName));
+        return;
+    }
+    // All checks come before the questions, so that a rejected file leaves
+    // the configuration as it was.
+    DataFileReader reader(file);
+    const DataHeaderResult head = reader.readHeader();
+    if (head.status == DataHeaderResult::InvalidSize) {
+        prompt.showError(
+            tr("Wrong file %1 - header of the file has invalid size (%2)!").arg(fileName).arg(head.found));
+        return;
+    }
+    if (head.status == DataHeaderResult::WrongType) {
+        // The number first: a "%d" in the file name stays as it is.
+        prompt.showError(tr("Wrong file %1 - Wrong header type (%d)!")
+                             .replace(QLatin1String("%d"), QString::number(head.found))
+                             .arg(fileName));
+        return;
+    }
+    TablePlotConfig* config = parts.config;
+    TablePlotDescription* description = parts.description;
+    if (config->rowCount() > 0 && !prompt.askYesNo(tr("There is already a configuration!\nContinue?")))
+        return;
+    if (!resetProject())
+        return;
+
+    emit signalOperatingMode(ModeData);
+    setDataFileName(fileName);
+    setProjectFileName(QString());
+    parts.run->setTimeOrigin(plausibleTime(head.header.timeOrigin));
+    parts.timeBase->setRunTime(plausibleTime(head.header.runTime));
+
+    // The end of every record: the curve, its points, "Cnt".
+    const auto finishRow = [this, &reader, description](int row) {
+        const int points = reader.points();
+        const QSharedPointer<PlotCurve> curve = parts.curves->curveFromRow(row, unsigned(points), false);
+        if (options.antialiasing)
+            curve->setAntialiased(true);
+        parts.curves->insert(row, curve);
+        reader.readPoints(curve->xValues.get(), curve->yValues.get(), points);
+        curve->plotItem->setRawSamples(curve->xValues.get(), curve->yValues.get(), points);
+        description->setCount(row, QString::asprintf("%ld", long(points)));
+    };
+
+    if (head.version == DataFileVersion::Oldest) {
+        // No curve count: records follow until the end of the file.
+        DataCurveRecordV1 record;
+        for (int row = 0; reader.readCurveRecordV1(record); ++row) {
+            offerPlotSize(record.pointCount);
+            rowFromRecord(*config, *description, row, record);
+            finishRow(row);
+        }
+    } else {
+        offerPlotSize(head.header.plotSize);
+        if (head.hasAxes) {
+            *axisSettings[0] = head.header.axes[0].toSettings();
+            *axisSettings[1] = head.header.axes[1].toSettings();
+            emit signalAxisSettingsChanged();
+        }
+        // A count beyond the records present ends at the last whole record.
+        DataCurveRecord record;
+        for (int row = 0; row < head.header.curveCount && reader.readCurveRecord(record); ++row) {
+            rowFromRecord(*config, *description, row, record);
+            finishRow(row);
+        }
+    }
+
+    // The view opens on the last span of the record; the scroll bar keeps
+    // its range until the time base moves.
+    parts.timeBase->showRecordEnd();
+    placeMarkers();
+    emit signalTimes(parts.run->timeOrigin(), parts.timeBase->runTime());
+
+    file.close();
+    config->setColumnLocked(TablePlotConfig::ColNet, true);
+    config->setColumnLocked(TablePlotConfig::ColBaud, true);
+    emit signalActionsChanged();
+}
+
+// The import: the log of a CAN recorder becomes the points of the curves
+// that the table already describes, decoded as in a run.
+
+void DocumentController::importRecordedData(const QString& fileName)
+{
+    const auto critical = [this, &fileName](const QString& text) { prompt.showError(text.arg(fileName)); };
+
+    const CanLogForm form = canLogFormOf(fileName);
+    if (form == CanLogForm::Unknown) {
+        critical(tr("Unknown file type %1"));
+        return;
+    }
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly)) {
+        critical(tr("Cannot read file %1"));
+        return;
+    }
+
+    // What the curves held goes without a question.
+    CurveSet& curves = *parts.curves;
+    curves.clear();
+
+    CanLog log;
+    {
+        const ProgressScale scale = progressScale(file.size());
+        const auto progress = prompt.progress(tr("Read file ..."), tr("Abort!"), scale.steps + 1);
+        log = readCanLog(form, &file, scale, progress.get());
+    }
+    if (log.canceled || log.frames.empty()) {
+        // The curves are gone; the plot shows it.
+        parts.plot->replot();
+        if (!log.canceled)
+            critical(tr("Cannot find CAN-data in file %1 (Unknown format)"));
+        return;
+    }
+    parts.run->setTimeOrigin(log.timeOrigin);
+
+    TablePlotConfig* config = parts.config;
+    for (int row = 0; row < config->rowCount(); ++row) {
+        const uint32_t key = frameKey(*config, row);
+        const int n = log.frameCount(key);
+        const auto progress = prompt.progress(QString::asprintf("Convert data from Config(%d) ...", row),
+                                              tr("Abort!"), n == 0 ? 2 : progressScale(n).steps);
+
+        // From the cells, as Start would build it; the arrays are the import's.
+        const QSharedPointer<PlotCurve> curve = curves.curveFromRow(row, unsigned(n) + 2, false);
+        double* const x = curve->xValues.get();
+        double* const y = curve->yValues.get();
+        const size_t elements = size_t(curve->maxPoints) + 1;
+        // The item shows the live point from its birth on.
+        x[0] = 0.0;
+        y[0] = 0.0;
+        curves.append(curve);
+        if (options.antialiasing)
+            curve->setAntialiased(true);
+
+        if (!decodeSamples(log, key, curve->valueLayout(), x, y, progress.get())) {
+            // The row keeps a curve without samples.
+            std::fill_n(x, elements, 0.0);
+            std::fill_n(y, elements, 0.0);
+            parts.plot->replot();
+            return;
+        }
+        x[0] = log.lastTime;
+        y[0] = n > 0 ? y[1] : 0.0;
+        // The spare elements behind the samples repeat the oldest point, so
+        // that the markers' search over all elements finds nothing there.
+        std::fill(x + n + 1, x + elements, x[n]);
+        std::fill(y + n + 1, y + elements, y[n]);
+        curve->plotItem->setRawSamples(x, y, n + 1);
+        parts.description->setCount(
+            row, QString::asprintf("%lu", static_cast<unsigned long>(curve->pointCount())));
+    }
+
+    parts.timeBase->setRunTime(log.lastTime);
+    emit signalTimes(parts.run->timeOrigin(), parts.timeBase->runTime());
+    parts.timeBase->showRecordEnd();
+    placeMarkers();
+
+    file.close();
+    setDataFileName(fileName);
+    emit signalOperatingMode(ModeImport);
+}
+
+void DocumentController::projectOpen()
+{
+    const QString name = prompt.openFileName(tr("Open Project"), QStringLiteral("*.vtlprj"));
+    if (!name.isEmpty())
+        readProjectFile(withProjectExtension(name));
+}
+
+void DocumentController::projectSave()
+{
+    writeProjectFile(m_projectFileName);
+}
+
+void DocumentController::projectSaveAs()
+{
+    const QString name = prompt.saveFileName(tr("Save Project as"), QStringLiteral("*.vtlprj"));
+    if (!name.isEmpty())
+        writeProjectFile(withProjectExtension(name));
+}
+
+void DocumentController::dataSave()
+{
+    // After an import the name is the recorder's log: never write a data
+    // file over it, ask for a name instead.
+    if (!m_dataFileName.endsWith(QLatin1String(".vtldat"), Qt::CaseSensitive)) {
+        dataSaveAs();
+        return;
+    }
+    writeDataFile(m_dataFileName);
+}
+
+void DocumentController::dataSaveAs()
+{
+    const QString name = prompt.saveFileName(tr("Save Data as"), QStringLiteral("*.vtldat"));
+    if (!name.isEmpty())
+        writeDataFile(withDataExtension(name));
+}
+
+void DocumentController::dataLoad()
+{
+    const QString name = prompt.openFileName(tr("Load Data"), QStringLiteral("*.vtldat"));
+    if (!name.isEmpty())
+        readDataFile(withDataExtension(name));
+}
+
+void DocumentController::dataImport()
+{
+    const QString vbrlog = QStringLiteral("vbrlog");
+    const QString txt = QStringLiteral("txt");
+    QString name = prompt.openFileName(tr("Import Data"), QStringLiteral("( *.%1 *.%2 )").arg(vbrlog, txt));
+    if (name.isEmpty())
+        return;
+    if (!name.endsWith(QLatin1Char('.') + vbrlog) && !name.endsWith(QLatin1Char('.') + txt))
+        name += QLatin1Char('.') + txt;
+    importRecordedData(name);
+}

@@ -1,0 +1,33 @@
+#ifndef IFPROMPT_H
+#define IFPROMPT_H
+
+#include <QString>
+
+#include <memory>
+
+class IFImportProgress;
+
+// How the controllers ask the user. The window answers with the program's
+// message boxes, file dialogs and progress dialogs; tests answer from a
+// script. No controller opens a box of its own.
+class IFPrompt
+{
+public:
+    virtual ~IFPrompt() = default;
+
+    // A question in the "Warning!" box, Yes the default and No the escape
+    // button: true for Yes.
+    virtual bool askYesNo(const QString& text) = 0;
+    // An error in the "Critical Error" box with the button Ok.
+    virtual void showError(const QString& text) = 0;
+    // The name chosen in an open or save dialog, empty when cancelled. The
+    // dialog starts with no directory.
+    virtual QString openFileName(const QString& title, const QString& filter) = 0;
+    virtual QString saveFileName(const QString& title, const QString& filter) = 0;
+    // A progress that the user can abort, from 0 to maximum, shown at once;
+    // it ends when the returned object goes.
+    virtual std::unique_ptr<IFImportProgress> progress(const QString& label, const QString& cancelText,
+                                                       int maximum) = 0;
+};
+
+#endif // IFPROMPT_H
