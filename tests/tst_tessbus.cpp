@@ -5,6 +5,7 @@
 
 #include "driver_support.h"
 #include "framedecode.h"
+#include "netrate.h"
 
 #include <canlogs/canlog_reader.h>
 
@@ -131,6 +132,18 @@ demoRows[] = {
     {"boost",            j1939b, 50,  {3, 1, 2, 0xFF, 1},     900,  2200, false},
     {"oil temperature",  j1939b, 50,  {6, 1, 4, 0xFF, 1},     15,   110,  true}};
 
+// 1000 frames of one kind each, their bits on the wire worked out by hand
+// (worst-case stuffing), and their rate and load over `seconds`.
+const struct { const char* name; uint32_t id; uint8_t len; uint64_t bits; int32_t baud; double seconds, fps, load; }
+trafficRows[] = {
+    {"11-bit, 8 bytes, 500 kbit/s",        0x123,     8,                  135, 2,                        1,    1000, 27},
+    {"29-bit, 8 bytes, 250 kbit/s",        j1939a,    8,                  160, 4,                        1,    1000, 64},
+    {"29-bit, 3 bytes, 125 kbit/s",        1 | k29,   3,                  110, 6,                        1,    1000, 88},
+    {"11-bit, empty, BTR 0x001C, 1.25 s",  max11,     0,                  55,  int32_t(TESS_BAUD_BTR | 0x001C), 1.25, 800, 8.8},
+    {"11-bit remote for 8, 1 Mbit/s",      0x123,     TESS_FRAME_RTR | 8, 55,  0,                        1,    1000, 5.5},
+    {"29-bit remote, BTR beyond 1 Mbit/s", max29,     TESS_FRAME_RTR | 2, 80,  int32_t(TESS_BAUD_BTR),   1,    1000, 0},
+    {"no time between the samples",        0x123,     8,                  135, 2,                        0,    0,    0}};
+
 // speed 0: as fast as read, and no loop
 const struct { const char* name; QByteArray line; int rxQueue, speed; } replayRows[] = {
     {"absolute path, as fast as read",            "net 0 replay " + smallLog + " speed=0",        2047, 0},
@@ -254,6 +267,37 @@ private slots:
                 QCOMPARE(int(got[k][size_t(i)].lost), i == 0 && k == 0 ? row.lost : 0);
             }
         }
+    }
+
+    // Frames that no handle admits, on a net without timestamps, still count
+    // with their estimated bits; rate and load follow from two samples.
+    void traffic_data() { addRows(trafficRows); }
+    void traffic()
+    {
+        const auto& row = tableRow(trafficRows);
+        configure("net 0 virtual features=Fc,2b\n");
+        const int info = openHandle(0), other = openHandle(0, {0x42});
+        TessTraffic before{1, 1}, after{};
+        QCOMPARE(tessIoctl(other, TESS_IOCTL_GET_TRAFFIC, &before), 0);
+        const std::vector<TessFrame> frames(1000, frame(row.id, {}, row.len));
+        QCOMPARE(tessTestInject(0, frames.data(), int(frames.size())), 0);
+        const TessFrame refused = frame(0x800, {1});
+        QVERIFY(tessTestInject(0, &refused, 1) != 0);
+        QCOMPARE(tessIoctl(info, TESS_IOCTL_GET_TRAFFIC, &after), 0);
+        QCOMPARE(QVector<uint64_t>({before.frames, before.bits, after.frames, after.bits}),
+                 QVector<uint64_t>({0, 0, 1000, 1000 * row.bits}));
+        uint64_t stamp;
+        QVERIFY(tessIoctl(info, TESS_IOCTL_GET_TIMESTAMP, &stamp) != 0);
+
+        const NetRate rate = netRate({before.frames, before.bits, 10},
+                                     {after.frames, after.bits, 10 + row.seconds}, bitRateOfBaud(row.baud));
+        QVERIFY2(
+            qAbs(rate.framesPerSecond - row.fps) <= 0.02 * row.fps &&
+                qAbs(rate.loadPercent - row.load) <= 0.02 * row.load,
+            qPrintable(QStringLiteral("%1 frames/s, %2 %").arg(rate.framesPerSecond).arg(rate.loadPercent)));
+        // Counters that went back belong to a net made anew: no rate.
+        const NetRate back = netRate({after.frames, after.bits, 11}, {before.frames, before.bits, 12}, 5e5);
+        QCOMPARE(back.framesPerSecond + back.loadPercent, 0.0);
     }
 
     void baud_data() { addRows(baudRows); }
@@ -386,6 +430,12 @@ private slots:
         const int h = openHandle(0, ids, row.rxQueue, 1000);
         const std::vector<TessFrameT> got = readFrames(h, size_t(wanted), 1);
         QCOMPARE(describe(got), (expected + expected).mid(0, wanted));
+        if (!row.speed) { // the net counted each frame once, bits by hand from the list above
+            TessTraffic traffic{};
+            QCOMPARE(tessIoctl(h, TESS_IOCTL_GET_TRAFFIC, &traffic), 0);
+            QCOMPARE(QVector<uint64_t>({traffic.frames, traffic.bits}),
+                     QVector<uint64_t>({10, 95 + 160 + 55 + 55 + 80 + 85 + 135 + 100 + 65 + 65}));
+        }
         // Stamped on the 1 MHz counter at the recorded spacing over the speed.
         for (size_t i = 1; i < got.size() && row.speed; ++i) {
             const int64_t due = offsetsUs[i] / row.speed;
