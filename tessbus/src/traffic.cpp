@@ -20,23 +20,28 @@ constexpr uint32_t bitsOnWire(bool extended, uint32_t dataBytes)
     return stuffable + fixed + (stuffable - 1) / 4;
 }
 
-constexpr std::array<std::array<uint32_t, 9>, 2> kBits = [] {
-    std::array<std::array<uint32_t, 9>, 2> table{};
-    for (uint32_t n = 0; n <= 8; ++n) {
-        table[0][n] = bitsOnWire(false, n);
-        table[1][n] = bitsOnWire(true, n);
-    }
+// By the length byte's low five bits, TESS_FRAME_RTR and the length: a
+// remote frame sends no data field, lengths 9 to 15 mean 8 bytes.
+constexpr std::array<uint32_t, 32> kStandardBits = [] {
+    std::array<uint32_t, 32> table{};
+    for (uint32_t len = 0; len < 32; ++len)
+        table[len] = bitsOnWire(false, (len & TESS_FRAME_RTR) ? 0 : std::min<uint32_t>(len & 0x0F, 8));
     return table;
 }();
-static_assert(kBits[0][8] == 135 && kBits[1][8] == 160 && kBits[0][0] == 55, "worst-case frame lengths");
+// A 29-bit id adds 20 stuffable bits, and so exactly 5 stuff bits more.
+constexpr uint32_t kExtendedExtra = 25;
+static_assert(bitsOnWire(true, 0) == bitsOnWire(false, 0) + kExtendedExtra &&
+                  bitsOnWire(true, 8) == bitsOnWire(false, 8) + kExtendedExtra,
+              "29-bit frames");
+static_assert(TESS_ID_29BIT == 1u << 29, "the 29-bit flag is bit 29");
+static_assert(kStandardBits[8] == 135 && kStandardBits[TESS_FRAME_RTR | 8] == 55, "worst-case frame lengths");
 
 } // namespace
 
 uint32_t frameBitsOnWire(uint32_t id, uint8_t len)
 {
-    // A remote frame sends no data field; lengths 9 to 15 mean 8 bytes.
-    const uint32_t bytes = (len & TESS_FRAME_RTR) ? 0 : std::min<uint32_t>(len & TESS_FRAME_LEN_MASK, 8);
-    return kBits[(id & TESS_ID_29BIT) ? 1 : 0][bytes];
+    // Without branches, so that counting a batch stays a tight loop.
+    return kStandardBits[len & 0x1F] + kExtendedExtra * ((id >> 29) & 1);
 }
 
 void TrafficCounter::count(const TessFrameT* frames, int n)
