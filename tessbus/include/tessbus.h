@@ -37,9 +37,11 @@ extern "C" {
 #define TESS_FEATURE_LO 0x40
 #define TESS_FEATURE_SD 0x80
 
-/* tessIoctl codes; each writes one uint64_t. */
+/* tessIoctl codes. 7 and 8 write one uint64_t and need TESS_FEATURE_TIMESTAMP;
+   9 writes a TessTraffic record, on every net. */
 #define TESS_IOCTL_GET_TIMESTAMP_FREQ 7
 #define TESS_IOCTL_GET_TIMESTAMP 8
+#define TESS_IOCTL_GET_TRAFFIC 9
 
 #define TESS_MAX_NETS 256
 #define TESS_BOARD_NAME_SIZE 14
@@ -82,6 +84,22 @@ typedef struct TessStatus {
 } TessStatus;
 
 /*
+ * What TESS_IOCTL_GET_TRAFFIC writes: the traffic that the net saw since it
+ * was made, every id counted, whether a handle admits it or not. Both
+ * counters only grow; a program samples them, say once a second, and takes
+ * rates and the bus load from the differences. A frame's bits are those of
+ * an 11-bit or 29-bit classic frame from start of frame to the end of the
+ * interframe space, with worst-case bit stuffing: with s = 34 + 8n (11-bit)
+ * or 54 + 8n (29-bit) stuffable bits, n data bytes (0 for remote frames),
+ * the frame takes s + 13 + (s - 1) / 4 bits (integer division): 135 for an
+ * 11-bit frame of 8 bytes, 160 for a 29-bit one.
+ */
+typedef struct TessTraffic {
+    uint64_t frames; /* data and remote frames */
+    uint64_t bits;   /* their estimated length on the wire */
+} TessTraffic;
+
+/*
  * Opens a handle on a net. rxQueue bounds the handle's own receive queue;
  * rxTimeout is in milliseconds, 0 meaning that a read waits until frames
  * arrive or the handle is closed. txQueue, txTimeout and flags are accepted
@@ -117,6 +135,7 @@ static_assert(sizeof(TessFrameT) == 24 && offsetof(TessFrameT, timestamp) == 16,
 static_assert(offsetof(TessFrameT, len) == 4 && offsetof(TessFrameT, data) == 8,
               "TessFrameT begins like TessFrame");
 static_assert(sizeof(TessStatus) == 28, "TessStatus is 28 bytes");
+static_assert(sizeof(TessTraffic) == 16 && offsetof(TessTraffic, bits) == 8, "TessTraffic layout");
 static_assert(offsetof(TessStatus, firmwareVersion) == 2 && offsetof(TessStatus, driverVersion) == 4 &&
                   offsetof(TessStatus, libraryVersion) == 6 && offsetof(TessStatus, boardStatus) == 8 &&
                   offsetof(TessStatus, boardName) == 12 && offsetof(TessStatus, features) == 26,
@@ -125,6 +144,7 @@ static_assert(offsetof(TessStatus, firmwareVersion) == 2 && offsetof(TessStatus,
 _Static_assert(sizeof(TessFrame) == 16, "TessFrame is 16 bytes");
 _Static_assert(sizeof(TessFrameT) == 24, "TessFrameT is 24 bytes");
 _Static_assert(sizeof(TessStatus) == 28, "TessStatus is 28 bytes");
+_Static_assert(sizeof(TessTraffic) == 16, "TessTraffic is 16 bytes");
 #endif
 
 #endif /* TESSBUS_H */

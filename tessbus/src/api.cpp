@@ -116,6 +116,13 @@ TESSBUS_API int tessIoctl(int handle, int code, void* out)
         Net& net = h->net();
         if (net.failures().shouldFail(TESS_TEST_FAIL_IOCTL))
             return TESS_ERR_INJECTED;
+        if (code == TESS_IOCTL_GET_TRAFFIC) {
+            TessTraffic traffic;
+            const int result = net.traffic(&traffic);
+            if (result == TESS_OK)
+                std::memcpy(out, &traffic, sizeof(traffic));
+            return result;
+        }
         if ((code != TESS_IOCTL_GET_TIMESTAMP_FREQ && code != TESS_IOCTL_GET_TIMESTAMP) ||
             !net.hasTimestamps())
             return TESS_ERR_NOT_SUPPORTED;

@@ -9,7 +9,6 @@ namespace tessbus {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-constexpr double kCycleSeconds = 120;
 
 constexpr uint32_t kEngine = 0x100;
 constexpr uint32_t kChassis = 0x1A0;
@@ -64,6 +63,58 @@ double wave(double t, double period)
     return std::sin(2 * kPi * t / period);
 }
 
+// One point of the cycle: at `t` seconds the value is `v`.
+struct Key
+{
+    double t, v;
+};
+
+// The drive: pull away at once, shift up to 100 km/h, cruise, brake, slow
+// for a junction, turn, roll on and stop; then from the start again.
+constexpr Key kSpeed[] = {{0, 0},   {3, 22},  {6, 48},  {10, 80},   {13, 100}, {16, 100}, {19, 60},
+                          {21, 45}, {23, 27}, {25, 22}, {26.5, 28}, {28.8, 0}, {30, 0}};
+// Steering out of the parking space and back, a lane change at 60 and one
+// at 100 km/h, the left turn at the junction, a last swerve to the right.
+constexpr Key kSteering[] = {{0, 0},     {0.6, 0},    {1.8, 45},   {3.0, 45},  {4.2, -20}, {5.2, 0},
+                             {6.6, 0},   {7.4, 12},   {8.4, -12},  {9.2, 0},   {13.4, 0},  {14.2, 8},
+                             {15.0, -8}, {15.8, 0},   {23.0, 0},   {24.0, 90}, {25.0, 90}, {26.0, 0},
+                             {26.6, 0},  {27.4, -30}, {28.4, -30}, {29.2, 0},  {30, 0}};
+
+// The key at or before `t`; the one after it follows in the array.
+template <size_t N> const Key* keyBefore(const Key (&keys)[N], double t)
+{
+    size_t i = 0;
+    while (i + 2 < N && t >= keys[i + 1].t)
+        ++i;
+    return &keys[i];
+}
+
+// Straight lines between the keys: constant acceleration.
+template <size_t N> double linear(const Key (&keys)[N], double t)
+{
+    const Key* k = keyBefore(keys, t);
+    return k[0].v + (k[1].v - k[0].v) * (t - k[0].t) / (k[1].t - k[0].t);
+}
+
+template <size_t N> double slope(const Key (&keys)[N], double t)
+{
+    const Key* k = keyBefore(keys, t);
+    return (k[1].v - k[0].v) / (k[1].t - k[0].t);
+}
+
+// Eased between the keys, as hands turn a wheel.
+template <size_t N> double smooth(const Key (&keys)[N], double t)
+{
+    const Key* k = keyBefore(keys, t);
+    const double x = std::clamp((t - k[0].t) / (k[1].t - k[0].t), 0.0, 1.0);
+    return k[0].v + (k[1].v - k[0].v) * x * x * (3 - 2 * x);
+}
+
+constexpr double kRatio[] = {0, 110, 62, 42, 32, 26, 22};   // rpm per km/h in each gear
+constexpr double kUpshift[] = {0, 20, 36, 55, 72, 88};      // km/h above which gear g shifts up
+constexpr double kDownshift[] = {0, 0, 12, 26, 42, 58, 74}; // km/h below which gear g shifts down
+constexpr double kShiftSeconds = 0.3;
+
 } // namespace
 
 const std::vector<DemoMessage>& DemoVehicle::messages()
@@ -75,36 +126,20 @@ const std::vector<DemoMessage>& DemoVehicle::messages()
     return list;
 }
 
-DemoVehicle::Phase DemoVehicle::phase() const
+void DemoVehicle::shift(double targetSpeed)
 {
-    const double t = std::fmod(time_, kCycleSeconds);
-    if (t < 10)
-        return Phase::Idle;
-    if (t < 35)
-        return Phase::Accelerate;
-    if (t < 75)
-        return Phase::Cruise;
-    if (t < 95)
-        return Phase::Brake;
-    return Phase::Manoeuvre;
-}
-
-double DemoVehicle::targetSpeed() const
-{
-    const double t = std::fmod(time_, kCycleSeconds);
-    switch (phase()) {
-    case Phase::Idle:
-        return 0;
-    case Phase::Accelerate:
-        return 100 * (t - 10) / 25;
-    case Phase::Cruise:
-        return 100 + 5 * wave(t - 35, 20);
-    case Phase::Brake:
-        return std::max(0.0, 100 * (1 - (t - 75) / 18));
-    case Phase::Manoeuvre:
-        return 6 * std::pow(std::sin(kPi * (t - 95) / 25), 2);
-    }
-    return 0;
+    int next = gear_;
+    if (speed_ < 0.5 && targetSpeed < 0.5)
+        next = 0;
+    else if (gear_ == 0)
+        next = 1;
+    else if (gear_ < 6 && speed_ > kUpshift[gear_])
+        next = gear_ + 1;
+    else if (gear_ > 1 && speed_ < kDownshift[gear_])
+        next = gear_ - 1;
+    if (next > gear_ && gear_ > 0)
+        shifting_ = kShiftSeconds;
+    gear_ = next;
 }
 
 void DemoVehicle::advance(double dt)
@@ -113,61 +148,46 @@ void DemoVehicle::advance(double dt)
         return;
     time_ += dt;
     const double t = std::fmod(time_, kCycleSeconds);
-    const Phase p = phase();
+    const double target = linear(kSpeed, t);
+    const double demand = slope(kSpeed, t) / 3.6; // m/s^2 that the driver asks for
+    shifting_ = std::max(0.0, shifting_ - dt);
 
-    // Speed follows the cycle's target with a time constant of one second.
+    // Speed follows the cycle with a lag of 0.4 s, and hardly gains while
+    // the clutch is open for a gear change.
     const double before = speed_;
-    speed_ += (targetSpeed() - speed_) * std::min(1.0, dt / 1.0);
-    speed_ = std::max(0.0, speed_);
+    double gain = std::min(1.0, dt / 0.4);
+    if (shifting_ > 0 && target > speed_)
+        gain *= 0.25;
+    speed_ = std::max(0.0, speed_ + (target - speed_) * gain);
     acceleration_ = (speed_ - before) / 3.6 / dt;
     distance_ += speed_ / 3.6 * dt;
+    shift(target);
 
-    static const double ratio[] = {0, 110, 62, 42, 32, 26, 22}; // rpm per km/h in each gear
-    if (speed_ < 0.5)
-        gear_ = 0;
-    else if (speed_ < 18)
-        gear_ = 1;
-    else if (speed_ < 32)
-        gear_ = 2;
-    else if (speed_ < 50)
-        gear_ = 3;
-    else if (speed_ < 68)
-        gear_ = 4;
-    else if (speed_ < 85)
-        gear_ = 5;
+    // Gas to hold the speed against the wind and more to gain speed; none
+    // while braking or standing.
+    const bool driving = target > 0.5 && demand > -0.2;
+    throttle_ = driving ? std::min(100.0, 6 + 0.0025 * speed_ * speed_ + 22 * std::max(0.0, demand)) : 0;
+    if (shifting_ > 0)
+        throttle_ *= 0.15;
+    double targetRpm;
+    if (gear_ == 0) // an idling engine never runs quite even
+        targetRpm = 800 + 4 * throttle_ + 15 * wave(time_, 1.3);
+    else if (gear_ == 1) // the clutch slips while pulling away
+        targetRpm = std::max(speed_ * kRatio[1], 900 + 10 * throttle_);
     else
-        gear_ = 6;
-
-    switch (p) {
-    case Phase::Idle:
-        throttle_ = 0;
-        break;
-    case Phase::Accelerate:
-        throttle_ = 62 + 15 * wave(t, 4);
-        break;
-    case Phase::Cruise:
-        throttle_ = 24 + 4 * wave(t - 35, 20);
-        break;
-    case Phase::Brake:
-        throttle_ = 0;
-        break;
-    case Phase::Manoeuvre:
-        throttle_ = speed_ > 0.5 ? 8 : 0;
-        break;
-    }
-    // An idling engine never runs quite even.
-    const double targetRpm =
-        gear_ == 0 ? 800 + 4 * throttle_ + 15 * wave(time_, 1.3) : std::max(850.0, speed_ * ratio[gear_]);
+        targetRpm = std::max(850.0, speed_ * kRatio[gear_]);
     rpm_ += (targetRpm - rpm_) * std::min(1.0, dt / 0.2);
-    torque_ = p == Phase::Brake ? -40 + 10 * wave(t, 3) : 20 + 3.2 * throttle_;
+    torque_ = demand < -0.5 ? -40 + 10 * wave(t, 3) : 20 + 3.2 * throttle_;
+    steering_ = smooth(kSteering, t);
 
-    if (p == Phase::Cruise)
-        steering_ = 8 * wave(t, 9);
-    else if (p == Phase::Manoeuvre)
-        steering_ = 90 * wave(t - 95, 12.5);
+    if (speed_ < 0.5)
+        mode_ = 0;
+    else if (acceleration_ > 1.2)
+        mode_ = 3;
+    else if (speed_ > 60 && std::abs(acceleration_) < 0.3)
+        mode_ = 1;
     else
-        steering_ = 2 * wave(t, 5);
-
+        mode_ = 2;
     fuel_ += (0.25 + 0.04 * throttle_) * dt;
 }
 
@@ -177,8 +197,6 @@ TessFrame DemoVehicle::frame(uint32_t id)
     f.id = id;
     f.len = 8;
     uint8_t* d = f.data;
-    const double t = std::fmod(time_, kCycleSeconds);
-    const Phase p = phase();
     switch (id) {
     case kEngine:
         putLe(d, unsignedBits(rpm_ * 4, 2), 2);
@@ -196,8 +214,8 @@ TessFrame DemoVehicle::frame(uint32_t id)
         break;
     case kBatteryCurrent: {
         double current = 5 + 30 * std::exp(-time_ / 40) + 2 * wave(time_, 9);
-        if (p == Phase::Manoeuvre)
-            current -= 30 * std::abs(wave(t - 95, 12.5)); // power steering draws from the battery
+        if (speed_ < 40) // power steering draws from the battery when the wheel turns far
+            current -= 0.33 * std::abs(steering_);
         putLe(d, doubleBits(current), 8);
         break;
     }
@@ -208,14 +226,7 @@ TessFrame DemoVehicle::frame(uint32_t id)
         break;
     case kTrip: {
         putLe(d, unsignedBits(distance_, 4), 4);
-        int mode = 2;
-        if (speed_ < 0.5)
-            mode = 0;
-        else if (p == Phase::Accelerate)
-            mode = 3;
-        else if (p == Phase::Cruise)
-            mode = 1;
-        d[4] = static_cast<uint8_t>((mode << 4) | gear_);
+        d[4] = static_cast<uint8_t>((mode_ << 4) | gear_);
         d[5] = static_cast<uint8_t>(signedBits(21 + 0.5 * wave(time_, 240), 1));
         break;
     }

@@ -1,6 +1,7 @@
-// The small vehicle that a demo net simulates: a drive cycle of two
-// minutes (idle, accelerate, cruise, brake, manoeuvre) and the frames that
-// carry its signals, in every data type and both byte orders.
+// The small vehicle that a demo net simulates: a lively drive cycle of 30 s
+// that starts moving at once (pull away while steering out, shift up to
+// 100 km/h, change lanes, brake, turn at a junction, stop), and the frames
+// that carry its signals, in every data type and both byte orders.
 #pragma once
 
 #include "tessbus.h"
@@ -19,6 +20,8 @@ struct DemoMessage
 class DemoVehicle
 {
 public:
+    static constexpr double kCycleSeconds = 30;
+
     // The messages and their periods, in a fixed order.
     static const std::vector<DemoMessage>& messages();
 
@@ -27,15 +30,8 @@ public:
     // Builds the frame of one message from the present state.
     TessFrame frame(uint32_t id);
 
-    double time() const { return time_; }
-    double speedKmh() const { return speed_; }
-    int gear() const { return gear_; }
-    double engineSpeedRpm() const { return rpm_; }
-
 private:
-    enum class Phase { Idle, Accelerate, Cruise, Brake, Manoeuvre };
-    Phase phase() const;
-    double targetSpeed() const;
+    void shift(double targetSpeed);
 
     double time_ = 0;         // s since the start of the simulation
     double speed_ = 0;        // km/h
@@ -43,10 +39,12 @@ private:
     double rpm_ = 800;
     double throttle_ = 0; // %
     double torque_ = 20;  // Nm
-    double steering_ = 0; // degrees at the wheel
+    double steering_ = 0; // degrees at the wheel, left positive
     double distance_ = 0; // m
     double fuel_ = 0;     // ml
     int gear_ = 0;        // 0 neutral
+    double shifting_ = 0; // s left of a gear change, while the clutch is open
+    int mode_ = 0;        // 0 stand, 1 eco, 2 normal, 3 sport
     uint8_t aliveCounter_ = 0;
 };
 

@@ -104,6 +104,8 @@ public:
     virtual int open(const OpenParams& params, std::shared_ptr<Handle>* handle) = 0;
     // The counter that frame timestamps are taken from.
     virtual uint64_t timestampNow() const = 0;
+    // Frames and bits that came onto the net, for TESS_IOCTL_GET_TRAFFIC.
+    virtual int traffic(TessTraffic* out) = 0;
     // Ends the net's threads; its handles are closed already.
     virtual void shutdown() {}
     // Virtual nets accept injected frames; others return false.

@@ -10,8 +10,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <ctime>
 #include <dirent.h>
@@ -78,7 +78,7 @@ std::shared_ptr<SocketCanNet> SocketCanNet::create(const std::string& ifname, st
 }
 
 SocketCanNet::SocketCanNet(const std::string& ifname, NetDescription description)
-    : Net(std::move(description)), ifname_(ifname)
+    : Net(std::move(description)), ifname_(ifname), traffic_(ifname)
 {}
 
 uint64_t SocketCanNet::timestampNow() const
@@ -94,34 +94,50 @@ int SocketCanNet::applyBaud(const BaudSetting& setting)
     return tessbus::applyBaud(ifname_, setting);
 }
 
-int SocketCanNet::open(const OpenParams& params, std::shared_ptr<Handle>* handle)
+int openCanSocket(const std::string& ifname, const std::function<bool(int)>& setup, int* fd, int* wake)
 {
-    const unsigned index = if_nametoindex(ifname_.c_str());
+    *fd = *wake = -1;
+    const unsigned index = if_nametoindex(ifname.c_str());
     if (index == 0)
         return TESS_ERR_NO_NET;
-    const int fd = socket(PF_CAN, SOCK_RAW | SOCK_CLOEXEC, CAN_RAW);
-    if (fd < 0)
+    const int s = socket(PF_CAN, SOCK_RAW | SOCK_CLOEXEC, CAN_RAW);
+    if (s < 0)
         return TESS_ERR_NO_NET;
-    // No filter: the socket receives nothing until an id is admitted.
-    const int one = 1;
-    // The kernel counts about 1 KiB per queued frame; it doubles the value.
-    const int buffer = std::clamp(params.rxQueue, 16, 8192) * 512;
-    const bool ok = setsockopt(fd, SOL_CAN_RAW, CAN_RAW_FILTER, nullptr, 0) == 0 &&
-                    setsockopt(fd, SOL_SOCKET, SO_TIMESTAMPNS, &one, sizeof(one)) == 0 &&
-                    setsockopt(fd, SOL_SOCKET, SO_RXQ_OVFL, &one, sizeof(one)) == 0 &&
-                    setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &buffer, sizeof(buffer)) == 0;
     sockaddr_can address{};
     address.can_family = AF_CAN;
     address.can_ifindex = static_cast<int>(index);
-    if (!ok || bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-        ::close(fd);
+    if (!setup(s) || bind(s, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+        ::close(s);
         return TESS_ERR_IO;
     }
-    const int wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (wake < 0) {
-        ::close(fd);
+    const int w = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (w < 0) {
+        ::close(s);
         return TESS_ERR_IO;
     }
+    *fd = s;
+    *wake = w;
+    return TESS_OK;
+}
+
+int SocketCanNet::open(const OpenParams& params, std::shared_ptr<Handle>* handle)
+{
+    int fd, wake;
+    const int opened = openCanSocket(
+        ifname_,
+        [&params](int s) {
+            // No filter: the socket receives nothing until an id is admitted.
+            const int one = 1;
+            // The kernel counts about 1 KiB per queued frame; it doubles the value.
+            const int buffer = std::clamp(params.rxQueue, 16, 8192) * 512;
+            return setsockopt(s, SOL_CAN_RAW, CAN_RAW_FILTER, nullptr, 0) == 0 &&
+                   setsockopt(s, SOL_SOCKET, SO_TIMESTAMPNS, &one, sizeof(one)) == 0 &&
+                   setsockopt(s, SOL_SOCKET, SO_RXQ_OVFL, &one, sizeof(one)) == 0 &&
+                   setsockopt(s, SOL_SOCKET, SO_RCVBUF, &buffer, sizeof(buffer)) == 0;
+        },
+        &fd, &wake);
+    if (opened != TESS_OK)
+        return opened;
     *handle = std::make_shared<SocketCanHandle>(shared_from_this(), fd, wake, params);
     return TESS_OK;
 }

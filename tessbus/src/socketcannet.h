@@ -3,16 +3,23 @@
 #pragma once
 
 #include "net.h"
+#include "socketcantraffic.h"
 
 #include <linux/can.h>
 #include <sys/socket.h>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
 
 namespace tessbus {
+
+// A CAN_RAW socket bound to the interface into *fd, with the options that
+// `setup` sets before the bind, so that no frame slips past them; and an
+// eventfd into *wake, whose write ends the poll of the socket's reader.
+int openCanSocket(const std::string& ifname, const std::function<bool(int)>& setup, int* fd, int* wake);
 
 class SocketCanNet : public Net
 {
@@ -27,6 +34,8 @@ public:
     int open(const OpenParams& params, std::shared_ptr<Handle>* handle) override;
     // Nanoseconds of CLOCK_REALTIME, the clock of SO_TIMESTAMPNS.
     uint64_t timestampNow() const override;
+    int traffic(TessTraffic* out) override { return traffic_.sample(out); }
+    void shutdown() override { traffic_.stop(); }
 
     int applyBaud(const BaudSetting& setting);
     const std::string& interfaceName() const { return ifname_; }
@@ -34,6 +43,7 @@ public:
 private:
     const std::string ifname_;
     std::mutex baudMutex_; // handles of one net must not change the rate at once
+    SocketCanTraffic traffic_;
 };
 
 class SocketCanHandle : public Handle

@@ -23,6 +23,7 @@ void VirtualBus::detach(const QueueHandle* handle)
 
 void VirtualBus::deliver(const TessFrameT* frames, int count)
 {
+    traffic_.count(frames, count);
     std::lock_guard<std::mutex> lock(handlesMutex_);
     for (const auto& handle : handles_)
         handle->offer(frames, count);
@@ -35,6 +36,7 @@ int VirtualBus::deliverWithoutLoss(const TessFrameT* frames, int count)
         if (!handle->hasRoomFor(frames, count))
             return -1;
     }
+    traffic_.count(frames, count);
     int takers = 0;
     for (const auto& handle : handles_) {
         if (handle->offer(frames, count))

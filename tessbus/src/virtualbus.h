@@ -1,8 +1,10 @@
-// The wire of a virtual net: hands every frame to the handles that admit
-// its id, and tells the net's frame source whether anybody listens.
+// The wire of a virtual net: counts every frame, hands it to the handles
+// that admit its id, and tells the net's frame source whether anybody
+// listens.
 #pragma once
 
 #include "tessbus.h"
+#include "traffic.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -29,6 +31,9 @@ public:
     // so that nothing is lost; returns -1 and delivers nothing otherwise,
     // else the number of handles that took a frame.
     int deliverWithoutLoss(const TessFrameT* frames, int count);
+    // Frames are counted before any handle receives them, so a reader that
+    // got a frame finds it counted.
+    TessTraffic traffic() const { return traffic_.totals(); }
 
     // A listener is a handle that admits an id and has begun to read. Frame
     // sources run only while there is one, so an unwatched demo net rests.
@@ -48,6 +53,7 @@ public:
 private:
     State stateLocked(uint64_t session) const;
 
+    TrafficCounter traffic_;
     std::mutex handlesMutex_; // held while frames are handed out
     std::vector<std::shared_ptr<QueueHandle>> handles_;
 

@@ -30,6 +30,11 @@ public:
 
     int open(const OpenParams& params, std::shared_ptr<Handle>* handle) override;
     uint64_t timestampNow() const override { return clock_.now(); }
+    int traffic(TessTraffic* out) override
+    {
+        *out = bus_.traffic();
+        return TESS_OK;
+    }
     void shutdown() override;
     bool isVirtual() const override { return true; }
 
