@@ -200,6 +200,7 @@ LogConverter::Pass LogConverter::csvPass(Order order, std::FILE* out, QString* e
     else
         stage = &window.emplace(windowSize, receiver);
 
+    const int notesBefore = notes.size();
     for (const QString& input : options.inputs) {
         const LogFeed::Result result = feed.read(input, *stage);
         if (feed.longFramesLeftOut() > 0 && order != Order::CheckOnly)
@@ -215,6 +216,8 @@ LogConverter::Pass LogConverter::csvPass(Order order, std::FILE* out, QString* e
                 *error = QString::fromStdString(runs->sorter.error());
                 return Pass::Failed;
             }
+            // The pass that follows tells again what it leaves out.
+            notes.erase(notes.begin() + notesBefore, notes.end());
             return Pass::Late;
         }
     }
@@ -298,6 +301,9 @@ LogConverter::Outcome LogConverter::convertLogs(std::FILE* standardOutput)
             return outcome;
         external = pass == Pass::Late;
         pass = csvPass(external ? Order::External : Order::Window, standardOutput, &outcome.error);
+        // Only a log that grew or changed since the check can be late now.
+        if (pass == Pass::Late)
+            outcome.error = QStringLiteral("the logs changed while they were read");
     } else {
         for (const Order order : {Order::Window, Order::External}) {
             std::FILE* out = std::fopen(QFile::encodeName(options.outputPath).constData(), "wb");

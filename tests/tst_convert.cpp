@@ -422,13 +422,19 @@ void TestConvert::sortsOutOfOrderLogs()
                         .arg(frames[i].first % 1000000, 6, 10, QLatin1Char('0'))
                         .arg(QString::asprintf("%02X%02X", frames[i].second & 0xFF, frames[i].second >> 8))
                         .toLatin1();
+        // A CAN FD frame of 12 bytes first, left out, and told once even
+        // where the conversion starts over.
+        if (l == logs - 1)
+            text.prepend(text.left(text.indexOf('#')) + "##1" + QByteArray(24, '0') + '\n');
         const QString path = TestSupport::temporaryPath(QStringLiteral("order%1.log").arg(l));
         writeFile(path, text);
         arguments << path;
     }
     QByteArray csv;
     bool sortedExternally = false;
-    QCOMPARE(convert(arguments, &csv, 32, &sortedExternally).status, 0);
+    const LogConverter::Outcome outcome = convert(arguments, &csv, 32, &sortedExternally);
+    QCOMPARE(outcome.status, 0);
+    QCOMPARE(outcome.notes.size(), 1);
     QCOMPARE(sortedExternally, external);
 
     // The logs as given, then a stable sort by time.
