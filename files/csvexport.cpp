@@ -27,57 +27,56 @@ std::string quoted(const std::string& field)
 
 constexpr double powersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
 // The text that std::to_chars gives, found faster for the numbers that
-// logs are full of: short decimals such as times in microseconds or 0.25
-// steps. The fewest fraction digits k that read back as v make the shortest
-// fixed form; with the decimal kept below 2^50 it is found exactly and is
-// the only one of k digits. When the exponent form would be shorter, or v
-// is no short decimal, null: to_chars decides.
+// logs are full of: short decimals such as times in microseconds or 0.01
+// steps. A decimal of k fraction digits that reads back as v is found
+// exactly and is the only one of k digits while it stays below 2^50; so
+// the one of the most digits that fit, found in one go, with its trailing
+// zeros dropped, is the shortest fixed form. When the exponent form would
+// be shorter, or v is no such decimal, null: to_chars decides.
 char* shortDecimal(char* p, double v)
 {
     const double a = std::abs(v);
     if (!(a > 0.0 && a < 0x1p50))
         return nullptr;
+    int k = int(std::size(powersOfTen)) - 1;
+    while (!(a * powersOfTen[k] < 0x1p50))
+        --k;
+    const auto m = static_cast<uint64_t>(a * powersOfTen[k] + 0.5);
+    if (double(m) / powersOfTen[k] != a)
+        return nullptr;
     char* const start = p;
     if (v < 0)
         *p++ = '-';
-    for (int k = 0; k < int(std::size(powersOfTen)); ++k) {
-        const double t = a * powersOfTen[k];
-        if (!(t < 0x1p50))
-            return nullptr;
-        const auto m = static_cast<uint64_t>(t + 0.5);
-        // Whole numbers are exact; otherwise a cheap look first, then the
-        // division decides.
-        if (k == 0 ? t != double(m)
-                   : std::abs(t - double(m)) > t * 0x1p-50 || double(m) / powersOfTen[k] != a)
-            continue;
-        const int n = int(std::to_chars(p, p + 24, m).ptr - p);
-        int significant = n;
-        while (k == 0 && p[significant - 1] == '0')
-            --significant;
-        const int fixedLength = std::max(n - k, 1) + (k > 0 ? k + 1 : 0);
-        const int exponent = n - 1 - k;
-        const int exponentLength = std::abs(exponent) >= 100 ? 3 : 2;
-        if (significant + (significant > 1 ? 1 : 0) + 2 + exponentLength < fixedLength) {
-            p = start;
-            return nullptr;
-        }
-        if (k == 0)
-            return p + n;
-        // The point goes k digits from the end, behind "0" and zeros where
-        // the number is less than 1.
-        const int shift = n > k ? 1 : 2 + k - n;
-        for (int i = n - 1; i >= std::max(n - k, 0); --i)
-            p[i + shift] = p[i];
-        if (n > k) {
-            p[n - k] = '.';
-        } else {
-            p[0] = '0';
-            p[1] = '.';
-            std::fill_n(p + 2, k - n, '0');
-        }
-        return p + n + shift;
+    int n = int(std::to_chars(p, p + 24, m).ptr - p);
+    while (k > 0 && p[n - 1] == '0') {
+        --n;
+        --k;
     }
-    return nullptr;
+    int significant = n;
+    while (k == 0 && p[significant - 1] == '0')
+        --significant;
+    const int fixedLength = std::max(n - k, 1) + (k > 0 ? k + 1 : 0);
+    const int exponent = n - 1 - k;
+    const int exponentLength = std::abs(exponent) >= 100 ? 3 : 2;
+    if (significant + (significant > 1 ? 1 : 0) + 2 + exponentLength < fixedLength) {
+        p = start;
+        return nullptr;
+    }
+    if (k == 0)
+        return p + n;
+    // The point goes k digits from the end, behind "0" and zeros where the
+    // number is less than 1.
+    const int shift = n > k ? 1 : 2 + k - n;
+    for (int i = n - 1; i >= std::max(n - k, 0); --i)
+        p[i + shift] = p[i];
+    if (n > k) {
+        p[n - k] = '.';
+    } else {
+        p[0] = '0';
+        p[1] = '.';
+        std::fill_n(p + 2, k - n, '0');
+    }
+    return p + n + shift;
 }
 
 // At most 32 characters.
@@ -85,6 +84,13 @@ char* putNumber(char* p, double v)
 {
     if (std::isnan(v))
         return std::copy_n("nan", 3, p); // without the sign to_chars gives a negative NaN
+    // Whole numbers, raw values above all, without a last zero print as
+    // integers: no exponent form can be shorter.
+    if (std::abs(v) < 0x1p50) {
+        const auto whole = static_cast<int64_t>(v);
+        if (double(whole) == v && whole % 10 != 0)
+            return std::to_chars(p, p + 32, whole).ptr;
+    }
     if (char* end = shortDecimal(p, v))
         return end;
     return std::to_chars(p, p + 32, v).ptr;
