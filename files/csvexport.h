@@ -54,8 +54,10 @@ struct CsvSample
     bool rawKnown = true; // false leaves the raw cell empty
 };
 
-// Writes the header at once, then a line (long) or a cell (wide) for each
-// sample. Samples come sorted by time; the writer doesn't sort.
+// The header, then a line (long) or a cell (wide) for each sample. Samples
+// come sorted by time; the writer doesn't sort. The text goes out in pieces
+// as the buffer fills; to give up half-way, drop the writer without
+// finish(), and nothing more goes out.
 class CsvWriter
 {
 public:
