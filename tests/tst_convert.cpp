@@ -1,0 +1,607 @@
+// CSV export and vistrel-convert: the CSV codec against bytes written here
+// by hand and numbers against std::to_chars in a comma locale; a made-up
+// drive converted and compared field by field with python-can and canmatrix
+// (data/convert/make_drive.py); logs out of time order; the data file
+// output read back; and the built program's exit codes and messages.
+#include "convertoptions.h"
+#include "csvexport.h"
+#include "datafile.h"
+#include "logconverter.h"
+#include "testsupport.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QtTest>
+
+#include <charconv>
+#include <clocale>
+#include <cmath>
+#include <limits>
+
+Q_DECLARE_METATYPE(std::vector<CsvCurve>)
+Q_DECLARE_METATYPE(std::vector<CsvSample>)
+Q_DECLARE_METATYPE(CsvOptions)
+
+namespace {
+
+const QString dataDir = QStringLiteral(VISTREL_TEST_DATA_DIR "/convert/");
+
+QByteArray csvOf(const std::vector<CsvCurve>& curves, const CsvOptions& options,
+                 const std::vector<CsvSample>& samples)
+{
+    QByteArray out;
+    CsvWriter writer(curves, options, [&out](const char* data, size_t size) {
+        out.append(data, int(size));
+        return true;
+    });
+    for (const CsvSample& s : samples)
+        writer.add(s);
+    writer.finish();
+    return out;
+}
+
+QByteArray readAll(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+// Runs the conversion in this process; standard output goes to a file.
+LogConverter::Outcome convert(const QStringList& arguments, QByteArray* csv, size_t window = 0,
+                              bool* external = nullptr)
+{
+    const ConvertArguments parsed = parseConvertArguments(arguments);
+    if (parsed.action != ConvertArguments::Convert)
+        return {2, parsed.error, {}};
+    LogConverter converter(parsed.options);
+    if (window > 0)
+        converter.setWindowFrames(window);
+    std::FILE* out = std::tmpfile();
+    const LogConverter::Outcome outcome = converter.run(out);
+    std::fseek(out, 0, SEEK_END);
+    QByteArray text(int(std::ftell(out)), '\0');
+    std::rewind(out);
+    text.resize(int(std::fread(text.data(), 1, size_t(text.size()), out)));
+    std::fclose(out);
+    *csv = parsed.options.outputPath == "-" ? text : readAll(parsed.options.outputPath);
+    if (external)
+        *external = converter.sortedExternally();
+    return outcome;
+}
+
+// The lines of a long CSV as fields, header left out.
+QVector<QList<QByteArray>> rowsOf(const QByteArray& csv)
+{
+    QVector<QList<QByteArray>> rows;
+    for (const QByteArray& line : csv.split('\n').mid(1))
+        if (!line.isEmpty())
+            rows.append(line.split(','));
+    return rows;
+}
+
+// A number's double in full, to compare exactly.
+QByteArray exact(const QByteArray& number)
+{
+    return QByteArray::number(number.toDouble(), 'g', 17);
+}
+
+// Microseconds of a candump line's time.
+qint64 microsOf(const QByteArray& line)
+{
+    const int dot = line.indexOf('.');
+    return line.mid(1, dot - 1).toLongLong() * 1000000 + line.mid(dot + 1, 6).toLongLong();
+}
+
+// Where glibc finds de_DE.UTF-8 for LOCPATH: empty when the system has it,
+// else a folder where localedef made it for the tests.
+QString commaLocaleFolder()
+{
+    static const QString folder = [] {
+        if (std::setlocale(LC_ALL, "de_DE.UTF-8")) {
+            std::setlocale(LC_ALL, "C");
+            return QString();
+        }
+        const QString made = TestSupport::temporaryPath("locales");
+        QDir().mkpath(made);
+        QProcess::execute("localedef", {"-i", "de_DE", "-f", "UTF-8", made + "/de_DE.UTF-8"});
+        return made;
+    }();
+    return folder;
+}
+
+// A decimal comma for C and for Qt while it lives.
+struct CommaLocale
+{
+    CommaLocale()
+    {
+        QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+        if (!commaLocaleFolder().isEmpty())
+            qputenv("LOCPATH", QFile::encodeName(commaLocaleFolder()));
+        std::setlocale(LC_ALL, "de_DE.UTF-8");
+        active = *std::localeconv()->decimal_point == ',';
+    }
+    ~CommaLocale()
+    {
+        std::setlocale(LC_ALL, "C");
+        qunsetenv("LOCPATH");
+        QLocale::setDefault(QLocale::c());
+    }
+    bool active = false;
+};
+
+} // namespace
+
+class TestConvert : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void csvBytes_data();
+    void csvBytes();
+    void numbersAsToCharsInACommaLocale();
+    void mergesCurves_data();
+    void mergesCurves();
+    void driveMatchesCanmatrix_data();
+    void driveMatchesCanmatrix();
+    void sortsOutOfOrderLogs_data();
+    void sortsOutOfOrderLogs();
+    void dataFileOutputReadsBack();
+    void programExitCodes_data();
+    void programExitCodes();
+};
+
+void TestConvert::csvBytes_data()
+{
+    QTest::addColumn<std::vector<CsvCurve>>("curves");
+    QTest::addColumn<CsvOptions>("options");
+    QTest::addColumn<std::vector<CsvSample>>("samples");
+    QTest::addColumn<QByteArray>("expected");
+
+    const std::vector<CsvCurve> two{{"speed", "km/h"}, {"rpm", ""}};
+    const CsvOptions wide{CsvLayout::Wide, false, std::nullopt};
+    const CsvOptions filled{CsvLayout::Wide, true, std::nullopt};
+    // speed every 0.1 s, rpm at 0.15 and 0.2: different rates.
+    const std::vector<CsvSample> rates{
+        {0.1, 1.5, 15, 0}, {0.15, 800, 3200, 1}, {0.2, 2.5, 25, 0}, {0.2, 900, 3600, 1}, {0.3, 3, 30, 0}};
+    QTest::newRow("long") << two << CsvOptions() << rates
+                          << QByteArray(
+                                 "time_s,name,value,raw,unit\n0.1,speed,1.5,15,km/h\n0.15,rpm,800,3200,\n"
+                                 "0.2,speed,2.5,25,km/h\n0.2,rpm,900,3600,\n0.3,speed,3,30,km/h\n");
+    QTest::newRow("wide, empty cells")
+        << two << wide << rates << QByteArray("time_s,speed,rpm\n0.1,1.5,\n0.15,,800\n0.2,2.5,900\n0.3,3,\n");
+    QTest::newRow("wide, last values")
+        << two << filled << rates
+        << QByteArray("time_s,speed,rpm\n0.1,1.5,\n0.15,1.5,800\n0.2,2.5,900\n0.3,3,900\n");
+    QTest::newRow("wide, a curve twice at one time")
+        << two << wide << std::vector<CsvSample>{{1, 1, 1, 0}, {1, 2, 2, 0}, {1, 7, 7, 1}}
+        << QByteArray("time_s,speed,rpm\n1,1,\n1,2,7\n");
+    QTest::newRow("quoting") << std::vector<CsvCurve>{{"a,b", "\"%\""},
+                                                      {"two\nlines", "x"},
+                                                      {"plain", "m\rs"}}
+                             << CsvOptions()
+                             << std::vector<CsvSample>{{0, 1, 1, 0}, {0, 2, 2, 1}, {0, 3, 3, 2}}
+                             << QByteArray("time_s,name,value,raw,unit\n0,\"a,b\",1,1,\"\"\"%\"\"\"\n"
+                                           "0,\"two\nlines\",2,2,x\n0,plain,3,3,\"m\rs\"\n");
+    QTest::newRow("quoted names in the wide header")
+        << std::vector<CsvCurve>{{"say \"hi\"", ""}, {"a,b", ""}} << wide
+        << std::vector<CsvSample>{{0, 1, 1, 1}} << QByteArray("time_s,\"say \"\"hi\"\"\",\"a,b\"\n0,,1\n");
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    QTest::newRow("unknown raw, not a number, infinities")
+        << two << CsvOptions()
+        << std::vector<CsvSample>{{0, 5, 0, 0, false}, {0, -nan, inf, 1}, {0, -inf, -0.0, 1}}
+        << QByteArray("time_s,name,value,raw,unit\n0,speed,5,,km/h\n0,rpm,nan,inf,\n0,rpm,-inf,-0,\n");
+    // 1674148739.212264 s is 2023-01-19 17:18:59.212264 UTC.
+    const CsvOptions utc{CsvLayout::Long, false, 1674148739212264000};
+    QTest::newRow("UTC column")
+        << two << utc
+        << std::vector<CsvSample>{{0, 1, 1, 0},
+                                  {0.0000004, 2, 2, 0},
+                                  {0.0000006, 3, 3, 0},
+                                  {-1674148739.212264, 4, 4, 0}}
+        << QByteArray("time_s,time_utc,name,value,raw,unit\n0,2023-01-19T17:18:59.212264Z,speed,1,1,km/h\n"
+                      "4e-07,2023-01-19T17:18:59.212264Z,speed,2,2,km/h\n"
+                      "6e-07,2023-01-19T17:18:59.212265Z,speed,3,3,km/h\n"
+                      "-1674148739.212264,1970-01-01T00:00:00.000000Z,speed,4,4,km/h\n");
+    const CsvOptions newYear{CsvLayout::Wide, false,
+                             1703980800000000000 + 86399999999000}; // 2023-12-31 23:59:59.999999
+    QTest::newRow("UTC column over a new year, wide")
+        << two << newYear << std::vector<CsvSample>{{0, 1, 1, 0}, {0.000001, 2, 2, 1}, {5097600.5, 3, 3, 0}}
+        << QByteArray("time_s,time_utc,speed,rpm\n0,2023-12-31T23:59:59.999999Z,1,\n"
+                      "1e-06,2024-01-01T00:00:00.000000Z,,2\n5097600.5,2024-02-29T00:00:00.499999Z,3,\n");
+}
+
+void TestConvert::csvBytes()
+{
+    QFETCH(std::vector<CsvCurve>, curves);
+    QFETCH(CsvOptions, options);
+    QFETCH(std::vector<CsvSample>, samples);
+    QFETCH(QByteArray, expected);
+    QCOMPARE(csvOf(curves, options, samples), expected);
+}
+
+// Shortest round-trip text of every kind of double, as the standard library
+// writes it, while C and Qt both use a decimal comma. Values come again,
+// alone, with other raw values and without a raw value, as logs repeat them.
+void TestConvert::numbersAsToCharsInACommaLocale()
+{
+    QRandomGenerator random(11);
+    std::vector<CsvSample> samples;
+    const double scales[] = {0.01, 0.1, 0.25, 0.02, 1e-6, 3.0517578125e-05, 1, 1e9};
+    for (int i = 0; i < 200000; ++i) {
+        const double raw =
+            double(qint64(random.generate64() >> (12 + random.bounded(50))) - (i % 2 ? 0 : 1 << 20));
+        const double bits = std::ldexp(double(random.generate64() >> 11), random.bounded(200) - 150);
+        samples.push_back({double(random.bounded(1u << 30)) / 1e6, raw * scales[i % 8] - (i % 3) * 40.5, bits,
+                           uint32_t(i % 2)});
+    }
+    for (int i = 0; i < 100000; ++i) {
+        CsvSample again = samples[random.bounded(1000)];
+        if (i % 3 == 1)
+            again.raw = samples[random.bounded(1000)].raw;
+        again.rawKnown = i % 3 != 2;
+        samples.push_back(again);
+    }
+    samples.push_back({0, 100000, 1e15, 0});
+    samples.push_back({0, 1e16, 0.0001, 0});
+    const auto text = [](double v) {
+        char t[40];
+        return QByteArray(t, int(std::to_chars(t, t + sizeof t, v).ptr - t));
+    };
+    std::vector<QByteArray> expected;
+    for (const CsvSample& s : samples)
+        expected.push_back(text(s.time) + (s.curve ? ",y," : ",x,") + text(s.value) + ',' +
+                           (s.rawKnown ? text(s.raw) : QByteArray()) + (s.curve ? ",v" : ",u"));
+    const CommaLocale comma;
+    QVERIFY(comma.active);
+    const QList<QByteArray> lines = csvOf({{"x", "u"}, {"y", "v"}}, CsvOptions(), samples).split('\n');
+    QCOMPARE(size_t(lines.size()), samples.size() + 2);
+    for (size_t i = 0; i < samples.size(); ++i)
+        QCOMPARE(lines[int(i) + 1], expected[i]);
+}
+
+void TestConvert::mergesCurves_data()
+{
+    QTest::addColumn<QVector<QVector<double>>>("xy"); // per curve: x newest first, then y
+    QTest::addColumn<QString>("expected");            // time:curve:value:raw
+
+    QTest::newRow("equal times in curve order")
+        << QVector<QVector<double>>{{3, 1, 30, 10}, {3, 2, 1, 31, 21, 11}, {}}
+        << "1:0:10:4.5 1:1:11:11 2:1:21:21 3:0:30:14.5 3:1:31:31";
+    QTest::newRow("a curve out of order, a time that is not a number")
+        << QVector<QVector<double>>{{1, qQNaN(), 2, 5, 10, 99, 20, 50}, {4, 3, 40, 30}}
+        << "1:0:10:4.5 2:0:20:9.5 3:1:30:30 4:1:40:40 5:0:50:24.5";
+    QTest::newRow("scale 0 gives no raw value") << QVector<QVector<double>>{{}, {}, {7, 70}} << "7:2:70:";
+}
+
+void TestConvert::mergesCurves()
+{
+    QFETCH(QVector<QVector<double>>, xy);
+    QFETCH(QString, expected);
+    const double scales[] = {2, 1, 0};
+    std::vector<CurvePoints> curves;
+    for (int c = 0; c < xy.size(); ++c) {
+        const size_t n = size_t(xy[c].size() / 2);
+        curves.push_back({xy[c].constData(), xy[c].constData() + n, n, scales[c], c == 0 ? 1.0 : 0.0});
+    }
+    CurvePointMerge merge(curves);
+    QStringList got;
+    CsvSample s;
+    while (merge.next(s))
+        got << QStringLiteral("%1:%2:%3:%4")
+                   .arg(s.time)
+                   .arg(s.curve)
+                   .arg(s.value)
+                   .arg(s.rawKnown ? QString::number(s.raw) : "");
+    QCOMPARE(got.join(' '), expected);
+    QCOMPARE(merge.delivered(), merge.total());
+}
+
+void TestConvert::driveMatchesCanmatrix_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("names"); // the expected rows whose name matches
+    QTest::addColumn<int>("channel");   // those of frames on can0 or can1 alone, -1 both
+
+    const QString out = TestSupport::temporaryPath("drive.csv");
+    const QString dbc = dataDir + "drive.dbc", log = dataDir + "drive.log";
+    const QString project = TestSupport::temporaryPath("drive.vtlprj");
+    const QString row =
+        "<Graph%1 name=\"ENGINE.RPM\" netstr=\"%1: virt\" net=\"0\" id=\"0x123\" Id29Bit=\"0\" "
+        "pos=\"1\" datatype=\"3\" intmot=\"0\" mask=\"0xFF\" scale=\"0.25\" offset=\"0\" unit=\"rpm\"/>";
+    writeFile(project, ("<Vistrel>" + row.arg(0) + row.arg(1) + "</Vistrel>").toUtf8());
+    QTest::newRow("DBC") << QStringList{"--dbc", dbc, "-o", out, log} << "" << -1;
+    QTest::newRow("DBC to standard output") << QStringList{"--dbc", dbc, "-o", "-", log} << "" << -1;
+    QTest::newRow("some signals") << QStringList{"--signals", "^WHEELS\\.|BATTERY", "--dbc", dbc, "-o", out,
+                                                 log}
+                                  << "^WHEELS\\.|BATTERY" << -1;
+    QTest::newRow("project row on net 0, can0 alone")
+        << QStringList{"--project", project, "--channel", "0=0", "-o", out, log} << "^ENGINE.RPM$" << 0;
+    QTest::newRow("project row on net 1, can1 alone")
+        << QStringList{"--project", project, "--channel", "1=1", "-o", out, log} << "^ENGINE.RPM$" << 1;
+}
+
+// Every sample of the drive, in order, against python-can and canmatrix.
+void TestConvert::driveMatchesCanmatrix()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, names);
+    QFETCH(int, channel);
+
+    QByteArray csv;
+    const LogConverter::Outcome outcome = convert(arguments, &csv);
+    QCOMPARE(outcome.status, 0);
+    // The CAN FD frame is on can0.
+    QCOMPARE(outcome.notes, channel == 1
+                                ? QStringList()
+                                : QStringList{dataDir + "drive.log: CAN FD frames of more than 8 data "
+                                                        "bytes left out: 1"});
+    QVERIFY(csv.startsWith("time_s,name,value,raw,unit\n"));
+
+    // The one frame on can1 comes at the time of a frame of another id on can0.
+    const QList<QByteArray> log = readAll(dataDir + "drive.log").split('\n');
+    QByteArray can1Time;
+    for (const QByteArray& line : log)
+        if (line.contains("can1"))
+            can1Time = QByteArray::number(double(microsOf(line) - microsOf(log.first())) / 1e6, 'g', 17);
+
+    const QRegularExpression pattern(names);
+    QVector<QList<QByteArray>> expected;
+    for (const QList<QByteArray>& e : rowsOf(readAll(dataDir + "drive.expected.csv")))
+        if (pattern.match(e[1]).hasMatch() && (channel < 0 || (exact(e[0]) == can1Time) == (channel == 1)))
+            expected.append(e);
+    const QVector<QList<QByteArray>> got = rowsOf(csv);
+    QCOMPARE(got.size(), expected.size());
+    QVERIFY(expected.size() >= (channel == 1 ? 1 : 30));
+    for (int i = 0; i < got.size(); ++i) {
+        const QList<QByteArray>& g = got[i];
+        const QList<QByteArray>& e = expected[i];
+        QCOMPARE(g.size(), 5);
+        QCOMPARE(exact(g[0]), exact(e[0]));
+        QCOMPARE(g[1], e[1]);
+        QCOMPARE(exact(g[2]), exact(e[2]));
+        QCOMPARE(exact(g[3]), exact(e[3]));
+        QCOMPARE(g[4], e[4]);
+    }
+}
+
+void TestConvert::sortsOutOfOrderLogs_data()
+{
+    QTest::addColumn<QVector<int>>(
+        "order");                  // frame i (at time i / 2 ms, so pairs share a time) comes at order[i]
+    QTest::addColumn<int>("logs"); // cut into this many logs, given in reverse
+    QTest::addColumn<QString>("output");
+    QTest::addColumn<bool>("external");
+
+    QVector<int> inOrder(300);
+    std::iota(inOrder.begin(), inOrder.end(), 0);
+    QVector<int> nearly = inOrder;
+    for (int i = 0; i + 5 < nearly.size(); i += 9)
+        std::swap(nearly[i], nearly[i + 5]);
+    QVector<int> far = inOrder;
+    std::rotate(far.begin(), far.begin() + 251, far.end());
+    const QString file = TestSupport::temporaryPath("sorted.csv");
+    QTest::newRow("in order") << inOrder << 1 << file << false;
+    QTest::newRow("within the window") << nearly << 1 << file << false;
+    QTest::newRow("beyond the window") << far << 1 << file << true;
+    QTest::newRow("beyond the window, to standard output") << far << 1 << "-" << true;
+    QTest::newRow("logs given in reverse") << inOrder << 3 << file << true;
+}
+
+// Times sorted, equal times in the order read: frames of one id whose value
+// is their position in the log.
+void TestConvert::sortsOutOfOrderLogs()
+{
+    QFETCH(QVector<int>, order);
+    QFETCH(int, logs);
+    QFETCH(QString, output);
+    QFETCH(bool, external);
+
+    const QString dbc = TestSupport::temporaryPath("one.dbc");
+    writeFile(dbc, "VERSION \"\"\nBO_ 256 M: 8 X\n SG_ V : 0|16@1+ (1,0) [0|0] \"\" X\n");
+    QStringList arguments{"--dbc", dbc, "-o", output};
+    QVector<QPair<qint64, int>> frames; // time in µs, value
+    for (int position = 0; position < order.size(); ++position)
+        frames.append({1600000000000000LL + order[position] / 2 * 1000, position});
+    const int perLog = (frames.size() + logs - 1) / logs;
+    for (int l = logs - 1; l >= 0; --l) {
+        QByteArray text;
+        for (int i = l * perLog; i < std::min((l + 1) * perLog, frames.size()); ++i)
+            text += QStringLiteral("(%1.%2) can0 100#%3\n")
+                        .arg(frames[i].first / 1000000)
+                        .arg(frames[i].first % 1000000, 6, 10, QLatin1Char('0'))
+                        .arg(QString::asprintf("%02X%02X", frames[i].second & 0xFF, frames[i].second >> 8))
+                        .toLatin1();
+        // A CAN FD frame of 12 bytes first, left out, and told once even
+        // where the conversion starts over.
+        if (l == logs - 1)
+            text.prepend(text.left(text.indexOf('#')) + "##1" + QByteArray(24, '0') + '\n');
+        const QString path = TestSupport::temporaryPath(QStringLiteral("order%1.log").arg(l));
+        writeFile(path, text);
+        arguments << path;
+    }
+    QByteArray csv;
+    bool sortedExternally = false;
+    const LogConverter::Outcome outcome = convert(arguments, &csv, 32, &sortedExternally);
+    QCOMPARE(outcome.status, 0);
+    QCOMPARE(outcome.notes.size(), 1);
+    QCOMPARE(sortedExternally, external);
+
+    // The logs as given, then a stable sort by time.
+    QVector<QPair<qint64, int>> read;
+    for (int l = logs - 1; l >= 0; --l)
+        read += frames.mid(l * perLog, perLog);
+    std::stable_sort(read.begin(), read.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    const QVector<QList<QByteArray>> rows = rowsOf(csv);
+    QCOMPARE(rows.size(), read.size());
+    const qint64 origin = frames[(logs - 1) * perLog].first;
+    for (int i = 0; i < rows.size(); ++i) {
+        QCOMPARE(rows[i][0].toDouble(), double((read[i].first - origin) * 1000) / 1e9);
+        QCOMPARE(rows[i][2].toInt(), read[i].second);
+    }
+}
+
+// The drive as a data file: records and points as the window reads them,
+// and back to CSV with the same times and values.
+void TestConvert::dataFileOutputReadsBack()
+{
+    const QString vtldat = TestSupport::temporaryPath("drive.vtldat");
+    QByteArray ignored;
+    QCOMPARE(convert({"--dbc", dataDir + "drive.dbc", "-o", vtldat, dataDir + "drive.log"}, &ignored).status,
+             0);
+    QByteArray csv;
+    QCOMPARE(convert({"--dbc", dataDir + "drive.dbc", "-o", "-", dataDir + "drive.log"}, &csv).status, 0);
+    const QVector<QList<QByteArray>> rows = rowsOf(csv);
+
+    QFile file(vtldat);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    DataFileReader reader(file);
+    const DataHeaderResult head = reader.readHeader();
+    QCOMPARE(head.status, DataHeaderResult::Ok);
+    QCOMPARE(head.version, DataFileVersion::Current);
+    QCOMPARE(head.header.curveCount, 10);
+    // The first frame's day of the year and local time of day, on the window's clock.
+    const QList<QByteArray> log = readAll(dataDir + "drive.log").trimmed().split('\n');
+    const qint64 first = microsOf(log.first());
+    const QDateTime local = QDateTime::fromMSecsSinceEpoch(first / 1000);
+    const QTime day = local.time();
+    QVERIFY(head.header.timeOrigin == local.date().dayOfYear() * 86400.0 + day.hour() * 3600 +
+                                          day.minute() * 60 + day.second() + day.msec() / 1000.0);
+    QVERIFY(head.header.runTime == double(microsOf(log.last()) - first) / 1e6);
+
+    // id, pos, data type and byte order of some rows
+    const QMap<QString, QVector<int>> layouts{{"ENGINE.RPM", {0x123, 1, 3, 0}},
+                                              {"ENGINE.COOLANT", {0x123, 3, 1, 0}},
+                                              {"WHEELS.SPEED_FL", {0x1D0, 1, 3, 1}},
+                                              {"CCVS.VEHICLE_SPEED", {0x38FEF100, 2, 3, 0}}};
+    int most = 0;
+    DataCurveRecord record;
+    for (int c = 0; c < head.header.curveCount; ++c) {
+        QVERIFY(reader.readCurveRecord(record));
+        std::vector<double> x(size_t(reader.points())), y(x.size());
+        reader.readPoints(x.data(), y.data(), int(x.size()));
+        most = std::max(most, record.pointCount);
+        if (layouts.contains(record.name))
+            QCOMPARE((QVector<int>{record.id, record.pos, record.dataType, record.byteOrder}),
+                     layouts[record.name]);
+        QCOMPARE(record.flags, DataCurveRecord::rangesValid);
+        QCOMPARE(record.axis, 0);
+        // Samples newest first behind the live point at the end of the record.
+        QVector<QPair<double, double>> samples;
+        for (const QList<QByteArray>& r : rows)
+            if (r[1] == record.name.toUtf8())
+                samples.prepend({r[0].toDouble(), r[2].toDouble()});
+        QCOMPARE(x.size(), size_t(samples.size() + 1));
+        QVERIFY(x[0] == head.header.runTime);
+        QVERIFY(y[0] == (samples.isEmpty() ? 0.0 : samples[0].second));
+        for (int i = 0; i < samples.size(); ++i) {
+            QVERIFY(x[size_t(i) + 1] == samples[i].first);
+            QVERIFY(y[size_t(i) + 1] == samples[i].second);
+        }
+    }
+    QCOMPARE(head.header.plotSize, uint32_t(most));
+
+    // Back to CSV; equal times come in curve order there, in frame order here.
+    QByteArray back;
+    QCOMPARE(convert({"-o", "-", vtldat}, &back).status, 0);
+    QVector<QList<QByteArray>> again = rowsOf(back);
+    QVector<QList<QByteArray>> sorted = rows;
+    const auto byTimeAndName = [](const QList<QByteArray>& a, const QList<QByteArray>& b) {
+        return std::make_pair(a[0].toDouble(), a[1]) < std::make_pair(b[0].toDouble(), b[1]);
+    };
+    std::stable_sort(again.begin(), again.end(), byTimeAndName);
+    std::stable_sort(sorted.begin(), sorted.end(), byTimeAndName);
+    QCOMPARE(again.size(), rows.size());
+    for (int i = 0; i < rows.size(); ++i) {
+        QCOMPARE(again[i].mid(0, 3), sorted[i].mid(0, 3));
+        const double raw = sorted[i][3].toDouble();
+        QVERIFY(qAbs(again[i][3].toDouble() - raw) < 1e-6 * qMax(1.0, qAbs(raw)));
+    }
+}
+
+void TestConvert::programExitCodes_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QStringList>("environment");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("message"); // how standard error (or, with status 0, output) begins
+
+    const QString dbc = dataDir + "drive.dbc", log = dataDir + "drive.log";
+    const QString out = TestSupport::temporaryPath("exit.csv");
+    const QString damaged = TestSupport::temporaryPath("damaged.log");
+    writeFile(damaged, "(1.000000) can0 123#0011\n(1.001000) can0 123#0011\n(1.002000) can0 12X#00\n");
+    const QString badDbc = TestSupport::temporaryPath("bad.dbc");
+    writeFile(badDbc, "VERSION \"\"\nBO_ 12x FOO: 8 X\n");
+    const QString usage =
+        "\nUsage: vistrel-convert [--dbc FILE]... [--project FILE.vtlprj] [--signals REGEX]\n";
+    QStringList comma{"LC_ALL=de_DE.UTF-8", "LANG=de_DE.UTF-8"};
+    if (!commaLocaleFolder().isEmpty())
+        comma << "LOCPATH=" + commaLocaleFolder();
+    const QStringList none;
+
+    QTest::newRow("converts") << QStringList{"--dbc", dbc, "-o", out, log} << none << 0 << "";
+    QTest::newRow("converts alike in a comma locale")
+        << QStringList{"--dbc", dbc, "--layout", "wide", "--utc", "-o", out, log} << comma << 0 << "";
+    QTest::newRow("help") << QStringList{"--help"} << none << 0 << usage.mid(1);
+    QTest::newRow("version") << QStringList{"--version"} << none << 0
+                             << "vistrel-convert " VISTREL_VERSION "\n";
+    QTest::newRow("unknown option") << QStringList{"--bogus"} << none << 2
+                                    << "vistrel-convert: Unknown option 'bogus'." + usage;
+    QTest::newRow("no output") << QStringList{"--dbc", dbc, log} << none << 2
+                               << "vistrel-convert: no output: give -o OUTPUT" + usage;
+    QTest::newRow("no signals") << QStringList{"-o", out, log} << none << 2
+                                << "vistrel-convert: no signals: give --dbc or --project" + usage;
+    QTest::newRow("damaged log") << QStringList{"--dbc", dbc, "-o", out, damaged} << none << 1
+                                 << "vistrel-convert: " + damaged + ", line 3: ";
+    QTest::newRow("bad DBC") << QStringList{"--dbc", badDbc, "-o", out, log} << none << 1
+                             << "vistrel-convert: " + badDbc + ", line 2: ";
+    QTest::newRow("missing log") << QStringList{"--dbc", dbc, "-o", out, out + ".log"} << none << 1
+                                 << "vistrel-convert: " + out + ".log: ";
+}
+
+// The built program, without a display or Qt platform.
+void TestConvert::programExitCodes()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QStringList, environment);
+    QFETCH(int, status);
+    QFETCH(QString, message);
+
+    const QString out = TestSupport::temporaryPath("exit.csv");
+    QFile::remove(out);
+    QProcess process;
+    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "LC_ALL", "LANG", "LOCPATH"})
+        variables.remove(name);
+    for (const QString& variable : environment)
+        variables.insert(variable.section('=', 0, 0), variable.section('=', 1));
+    process.setProcessEnvironment(variables);
+    process.start(VISTREL_CONVERT_BINARY, arguments);
+    QVERIFY(process.waitForFinished(60000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), status);
+    const QByteArray text = status == 0 ? process.readAllStandardOutput() : process.readAllStandardError();
+    QVERIFY2(text.startsWith(message.toUtf8()), text.constData());
+    // A failure leaves no output behind; a good one writes what the
+    // conversion in this process, in the C locale, writes.
+    QCOMPARE(QFile::exists(out), arguments.contains(out) && status == 0);
+    if (QFile::exists(out)) {
+        QByteArray here;
+        QCOMPARE(convert(arguments, &here).status, 0);
+        QCOMPARE(readAll(out), here);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestConvert)
+#include "tst_convert.moc"
