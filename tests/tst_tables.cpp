@@ -1,7 +1,7 @@
 // The configuration table and the description table: the cells of a new
 // row, the baud code, access outside the table, tooltips, "En" and "Style";
 // what an edit does, adding and deleting curves; the scaling maths and the
-// scaling dialog.
+// scaling dialog; rows described bit by bit.
 #include "dataplot.h"
 #include "gui_support.h"
 #include "mdialogscaleoffset.h"
@@ -495,6 +495,64 @@ private slots:
         QCOMPARE(scalingCells(table, 1), closes ? shown : before);
         QCOMPARE(scalingCells(table, 0), otherRow);
         QCOMPARE(QLocale().decimalPoint(), QChar(',')); // the C locale only for the moment of conversion
+    }
+
+    // The Signal cell, typed in one text after the other into a row with its
+    // own Pos, DataType, Mask and Int/Mot: a good layout stands in its own
+    // form and locks them, also when a run ends; a bad text falls back to the
+    // last good one; an empty cell gives the row back to them.
+    void signalCell_data()
+    {
+        QTest::addColumn<QStringList>("typed");
+        QTest::addColumn<QString>("cell");
+        QTest::newRow("blanks") << QStringList{" 24 | 9 @ 0 - "} << "24|9@0-";
+        QTest::newRow("float") << QStringList{"0|32@1-f"} << "0|32@1-f";
+        QTest::newRow("switch with its sign") << QStringList{"8|16@1+ m3 0|8@1+"} << "8|16@1+ m3 0|8@1";
+        QTest::newRow("bad after good") << QStringList{"24|9@0-", "60|8@1+"} << "24|9@0-";
+        QTest::newRow("beyond the frame") << QStringList{"60|8@1+"} << "";
+        QTest::newRow("switch missing") << QStringList{"8|16@1+ m3"} << "";
+        QTest::newRow("switch value too big") << QStringList{"8|16@1+ m256 0|8@1"} << "";
+        QTest::newRow("float of 16 bits") << QStringList{"0|16@1-f"} << "";
+        QTest::newRow("emptied") << QStringList{"24|9@0-", ""} << "";
+    }
+
+    void signalCell()
+    {
+        QFETCH(QStringList, typed);
+        QFETCH(QString, cell);
+        const auto window = namedRows(2);
+        Config* table = window->tableConfig();
+        for (const int col : {Config::ColPos, Config::ColDataType, Config::ColIntMot})
+            table->comboSave(1, col)->comboBox->setCurrentIndex(1);
+        table->setMaskText(1, QStringLiteral("0x0F"));
+        const QStringList scaling = scalingCells(table, 1);
+        for (const QString& text : typed) {
+            table->setSignalText(1, text);
+            if (text == typed.first() && !table->signalText(1).isEmpty())
+                table->setValueTableCell(1, QStringLiteral("2:Drive")); // goes with the layout
+        }
+        // The byte-level cells, then 1 for each open box, then the Mask cell's editable and enabled flags.
+        const auto byteLevel = [table](int row) {
+            QString text = QStringList{table->positionText(row), table->cellText(row, Config::ColDataType),
+                                       table->maskText(row), table->cellText(row, Config::ColIntMot), ""}
+                               .join(' ');
+            for (const int col : {Config::ColPos, Config::ColDataType, Config::ColIntMot})
+                text += QString::number(table->cellWidget(row, col)->isEnabled());
+            return text + QString::number(table->item(row, Config::ColMask)->flags() &
+                                          (Qt::ItemIsEditable | Qt::ItemIsEnabled));
+        };
+        const QString row1 = cell.isEmpty() ? "##2 Unsigned8 0x0F Motorola 11134"
+                                            : cell + "#2:Drive#2 Unsigned8 0x0F Motorola 0000";
+        QCOMPARE(table->signalText(1) + '#' + table->valueTableCell(1) + '#' + byteLevel(1), row1);
+        for (int col = 0; col < Config::ColumnCount; ++col) {
+            table->setColumnLocked(col, true);
+            table->setColumnLocked(col, false);
+        }
+        QCOMPARE(byteLevel(1), row1.section('#', 2));
+        QCOMPARE(byteLevel(0), QStringLiteral("1 Integer8 0xFF Intel 11134"));
+        // Another axis refits a row's data type, never a signal's scaling.
+        table->comboSave(1, Config::ColAxis)->comboBox->setCurrentIndex(1);
+        QCOMPARE(scalingCells(table, 1) == scaling, !cell.isEmpty());
     }
 
     // The ways into the dialog. A double click or F2 must follow a plain left click; not in a run.
