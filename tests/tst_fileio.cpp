@@ -372,6 +372,10 @@ void TestFileIo::import()
     addRow(*w, "name=signed id=0x100 pos=1 datatype=2 scale=0.5 offset=1");
     addRow(*w, "name=unsigned id=256 pos=1 datatype=1 scale=1 offset=0");
     addRow(*w, "name=29-bit id=0x100 Id29Bit=1 datatype=1 scale=1 offset=0");
+    // Bits 8 to 15 of the frames whose byte 0 holds 1: one frame of three
+    // (one is too short), so one sample.
+    addRow(*w, "name=mux id=0x100 scale=1 offset=0");
+    w->tableConfig()->setSignalText(3, "8|8@1+ m1 0|8@1");
     ProgramOptions options = w->options();
     options.antialiasing = true;
     w->setOptions(options);
@@ -380,7 +384,7 @@ void TestFileIo::import()
                   logLines({"12:00:00 0 1365 _ 1", "12:00:00 125 256 _ 0,12,0", "12:00:01 250 256 _ 1,ff,ff",
                             "12:00:02 500 256 L 9", "12:00:02 500 256 _ aa", "12:00:03 0 1365 _ 2"})));
 
-    QCOMPARE(state(*w), "rows=signed,unsigned,29-bit curves=3 prj= dat=three.txt mode=OFFLINE - IMPORT " +
+    QCOMPARE(state(*w), "rows=signed,unsigned,29-bit,mux curves=4 prj= dat=three.txt mode=OFFLINE - IMPORT " +
                             defaultSizeAndAxes);
     // The live point, then the samples newest first, times from the first
     // frame of the log; Integer16 at "Pos" 2 reads 0x0012, 0xFFFF, and 0
@@ -388,6 +392,7 @@ void TestFileIo::import()
     QCOMPARE(pointsOf(*w->curves()[0]), (QVector<double>{3.0, 2.5, 1.25, 0.125, 0, 0, 0.5, 10}));
     QCOMPARE(pointsOf(*w->curves()[1]).mid(4), (QVector<double>{0, 0, 255, 18}));
     QCOMPARE(pointsOf(*w->curves()[2]), (QVector<double>{3.0, 2.5, 9.0, 9.0}));
+    QCOMPARE(pointsOf(*w->curves()[3]), (QVector<double>{3.0, 1.25, 255, 255}));
     QCOMPARE(cells(*w, 1).right(5), QStringLiteral("cnt=4"));
     QVERIFY(w->curves()[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
     QCOMPARE(w->statusBarLabels()->textLabelStartTime->text().right(12), QStringLiteral("12:00:00.000"));
