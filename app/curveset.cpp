@@ -180,7 +180,7 @@ void CurveSet::slotMarkerMoved(int marker, double time)
     }
 }
 
-void CurveSet::addCurve()
+int CurveSet::addCurve()
 {
     // Directly below the current row; without one, at the top.
     const int row = config->currentRow() + 1;
@@ -188,6 +188,7 @@ void CurveSet::addCurve()
     description->addCurveRow(row);
     createCurve(row);
     config->setCurrentCell(row, TablePlotConfig::ColName);
+    return row;
 }
 
 void CurveSet::deleteSelectedCurves()
