@@ -57,7 +57,7 @@ const ColumnLayout columnLayouts[] = {
 // Behind the hidden ones; the project file keeps them only for rows that
 // have a layout.
 const ColumnLayout bitLevelColumns[] = {
-    {"Signal", "signal", 140, QHeaderView::Interactive},
+    {"Signal", "signal", 170, QHeaderView::Interactive},
     {"Values", "valuetable", 40, QHeaderView::Interactive},
 };
 
