@@ -55,7 +55,8 @@ QSharedPointer<PlotCurve> CurveSet::curveFromRow(int row, unsigned points, bool 
         config->netNumber(row), config->baud(row), canId, config->positionText(row).toInt(nullptr, 0),
         config->dataType(row), config->maskText(row).toInt(nullptr, 0), config->byteOrder(row),
         config->valueAxis(row), config->scaleText(row).toDouble(), config->offsetText(row).toDouble(),
-        config->unitText(row), description->curveStyle(row), description->curveEnabled(row), points, live));
+        config->unitText(row), description->curveStyle(row), description->curveEnabled(row), points, live,
+        config->signalLayout(row), config->valueTable(row)));
     // Emitted on the capture thread, delivered here as a queued call.
     if (live)
         connect(curve.data(), &PlotCurve::signalThreadErrorMessage, this,
@@ -170,7 +171,8 @@ void CurveSet::slotMarkerMoved(int marker, double time)
         const size_t i = size_t(found - x);
         const double value = curve->yValues[i];
         const double raw = curve->scale != 0.0 ? (value - curve->offset) / curve->scale : 0.0;
-        const QString text = QString::asprintf("%0.3f/%0.3f   [%0.3f s]", value, raw, x[i]);
+        const QString text =
+            curve->valueText(value, raw) + QString::asprintf("/%0.3f   [%0.3f s]", raw, x[i]);
         if (marker == 1)
             description->setM1(row, text);
         else
@@ -178,7 +180,7 @@ void CurveSet::slotMarkerMoved(int marker, double time)
     }
 }
 
-void CurveSet::addCurve()
+int CurveSet::addCurve()
 {
     // Directly below the current row; without one, at the top.
     const int row = config->currentRow() + 1;
@@ -186,6 +188,7 @@ void CurveSet::addCurve()
     description->addCurveRow(row);
     createCurve(row);
     config->setCurrentCell(row, TablePlotConfig::ColName);
+    return row;
 }
 
 void CurveSet::deleteSelectedCurves()

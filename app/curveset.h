@@ -48,8 +48,9 @@ public:
     // Destroys all curves with their points.
     void clear();
 
-    // A new row with its curve below the current row, at the top without one.
-    void addCurve();
+    // A new row with its curve below the current row, at the top without
+    // one; it becomes the current row. Returns its index.
+    int addCurve();
     // The selected rows with their curves, else the current row, else row 0.
     void deleteSelectedCurves();
 

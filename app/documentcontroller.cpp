@@ -351,12 +351,12 @@ void DocumentController::importRecordedData(const QString& fileName)
     TablePlotConfig* config = parts.config;
     for (int row = 0; row < config->rowCount(); ++row) {
         const uint32_t key = frameKey(*config, row);
-        const int n = log.frameCount(key);
+        const int frames = log.frameCount(key);
         const auto progress = prompt.progress(QString::asprintf("Convert data from Config(%d) ...", row),
-                                              tr("Abort!"), n == 0 ? 2 : progressScale(n).steps);
+                                              tr("Abort!"), frames == 0 ? 2 : progressScale(frames).steps);
 
         // From the cells, as Start would build it; the arrays are the import's.
-        const QSharedPointer<PlotCurve> curve = curves.curveFromRow(row, unsigned(n) + 2, false);
+        const QSharedPointer<PlotCurve> curve = curves.curveFromRow(row, unsigned(frames) + 2, false);
         double* const x = curve->xValues.get();
         double* const y = curve->yValues.get();
         const size_t elements = size_t(curve->maxPoints) + 1;
@@ -367,13 +367,17 @@ void DocumentController::importRecordedData(const QString& fileName)
         if (options.antialiasing)
             curve->setAntialiased(true);
 
-        if (!decodeSamples(log, key, curve->valueLayout(), x, y, progress.get())) {
+        // A row described bit by bit takes only the frames that hold its
+        // value: fewer samples than frames.
+        int samples = 0;
+        if (!decodeSamples(log, key, curve->valueLayout(), x, y, progress.get(), &samples)) {
             // The row keeps a curve without samples.
             std::fill_n(x, elements, 0.0);
             std::fill_n(y, elements, 0.0);
             parts.plot->replot();
             return;
         }
+        const int n = samples;
         x[0] = log.lastTime;
         y[0] = n > 0 ? y[1] : 0.0;
         // The spare elements behind the samples repeat the oldest point, so

@@ -2,6 +2,7 @@
 
 #include "qcombotablesupportitem.h"
 #include "scaling.h"
+#include "signalcell.h"
 #include "tableplotconfig.h"
 #include "tableplotdescription.h"
 
@@ -10,7 +11,8 @@
 ProjectGraph graphOfRow(TablePlotConfig& config, TablePlotDescription& description, int row)
 {
     ProjectGraph graph;
-    for (int col = 0; col < TablePlotConfig::ColumnCount; ++col) {
+    // The columns every row has; those of a bit layout follow below.
+    for (int col = 0; col < TablePlotConfig::ColSignal; ++col) {
         const QString& key = config.columnInfo(col).key;
         switch (col) {
         case TablePlotConfig::ColColor:
@@ -48,6 +50,13 @@ ProjectGraph graphOfRow(TablePlotConfig& config, TablePlotDescription& descripti
     graph.set(description.columnInfo(TablePlotDescription::ColEnable).key,
               description.curveEnabled(row) ? 1 : 0);
     graph.set(description.columnInfo(TablePlotDescription::ColStyle).key, description.curveStyle(row));
+    // A row described bit by bit carries its layout and value names as two
+    // more attributes, so that other rows are written as they always were.
+    for (const int col : {TablePlotConfig::ColSignal, TablePlotConfig::ColValueTable}) {
+        const QString text = config.cellText(row, col);
+        if (!text.isEmpty() && !config.signalText(row).isEmpty())
+            graph.set(config.columnInfo(col).key, text);
+    }
     return graph;
 }
 
@@ -78,6 +87,16 @@ void fillConfigRow(TablePlotConfig& config, int row, const ProjectGraph& graph)
     config.setValueAxis(row, number(TablePlotConfig::ColAxis));
     config.setDataType(row, number(TablePlotConfig::ColDataType));
     config.setMaskText(row, text(TablePlotConfig::ColMask));
+    // Absent in rows without a bit layout; a layout that doesn't read leaves
+    // the row to its byte-level cells, without value names.
+    setBitLevelCells(config, row, text(TablePlotConfig::ColSignal), text(TablePlotConfig::ColValueTable));
+}
+
+void setBitLevelCells(TablePlotConfig& config, int row, const QString& signal, const QString& valueTable)
+{
+    config.setSignalText(row, signal);
+    if (!config.signalText(row).isEmpty())
+        config.setValueTableCell(row, valueTable);
 }
 
 namespace {
@@ -164,6 +183,9 @@ DataCurveRecord recordOfRow(TablePlotConfig& config, TablePlotDescription& descr
     record.rawValueMin = config.rawValueMinText(row).toDouble();
     record.rawValueMax = config.rawValueMaxText(row).toDouble();
     record.axis = config.valueAxis(row);
+    record.bitLayout = config.signalLayout(row);
+    if (record.bitLayout)
+        record.valueTable = config.valueTableCell(row);
     return record;
 }
 
@@ -201,4 +223,6 @@ void rowFromRecord(TablePlotConfig& config, TablePlotDescription& description, i
     config.setNetIndex(row, record.net);
     description.setCurveEnabled(row, record.enable != 0);
     description.setCurveStyleIndex(row, record.style);
+    if (record.bitLayout)
+        setBitLevelCells(config, row, signalCellText(*record.bitLayout), record.valueTable);
 }

@@ -15,6 +15,9 @@ class TablePlotDescription;
 ProjectGraph graphOfRow(TablePlotConfig& config, TablePlotDescription& description, int row);
 // Fills the configuration cells of a row that addCurveRow has just made.
 void fillConfigRow(TablePlotConfig& config, int row, const ProjectGraph& graph);
+// The layout of a row described bit by bit and, if the layout is good, the
+// names of its raw values.
+void setBitLevelCells(TablePlotConfig& config, int row, const QString& signal, const QString& valueTable);
 
 // One row as a record of the data file, with pointCount points behind it.
 DataCurveRecord recordOfRow(TablePlotConfig& config, TablePlotDescription& description, int row,

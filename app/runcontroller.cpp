@@ -234,7 +234,8 @@ void RunController::slotTimeout()
             curve.describePointsToItem();
 
             description->setRawValue(row, QString::asprintf("%0.3f", points.rawNewest));
-            description->setCurrentValue(row, QString::asprintf("%0.3f", y[0]));
+            description->setCurrentValue(row, n > 0 ? curve.valueText(y[0], points.rawNewest)
+                                                    : QString::asprintf("%0.3f", y[0]));
             description->setTime(row, QString::asprintf("%0.3f", x[1]));
             description->setCount(row, QString::asprintf("%d", int(n)));
         }

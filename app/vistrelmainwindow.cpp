@@ -2,6 +2,7 @@
 
 #include "curveset.h"
 #include "dataplot.h"
+#include "dbcsignalcontroller.h"
 #include "documentcontroller.h"
 #include "formstatusbar_resourcesreparent.h"
 #include "manualpath.h"
@@ -165,6 +166,7 @@ void VistrelMainWindow::createControllers()
                             m_axisSettings, options, *prompt, this);
     documents = new DocumentController({m_tableConfig, m_tableDescription, m_plot, curveSet, run, timeBase},
                                        m_axisSettings, settings->options(), *prompt, this);
+    dbcSignals = new DbcSignalController(m_tableConfig, curveSet, *prompt, this, this);
 }
 
 void VistrelMainWindow::dressSplitterHandle()
@@ -357,8 +359,8 @@ void VistrelMainWindow::updateActions()
     const bool hasProjectName = documents && !documents->projectFileName().isEmpty();
     const bool hasDataName = documents && !documents->dataFileName().isEmpty();
 
-    for (QAction* action :
-         {projectNewAction, projectOpenAction, projectOptionsAction, projectAdd_CurveAction, dataLoadAction})
+    for (QAction* action : {projectNewAction, projectOpenAction, projectOptionsAction, projectAdd_CurveAction,
+                            projectAddDbcSignalsAction, dataLoadAction})
         action->setEnabled(!timerActive);
     projectSaveAction->setEnabled(!timerActive && hasProjectName);
     projectSaveAsAction->setEnabled(!timerActive && hasRows);
@@ -527,6 +529,11 @@ void VistrelMainWindow::dataImport()
 void VistrelMainWindow::projectAddCurve()
 {
     curveSet->addCurve();
+}
+
+void VistrelMainWindow::projectAddDbcSignals()
+{
+    dbcSignals->addSignalsFromDbc();
 }
 
 void VistrelMainWindow::projectDeleteCurve()

@@ -15,6 +15,7 @@
 
 class CurveSet;
 class DataPlot;
+class DbcSignalController;
 class DocumentController;
 class FormStatusBar_ResourcesReparent;
 class IFPrompt;
@@ -107,6 +108,7 @@ public slots:
     void projectSave();
     void projectSaveAs();
     void projectAddCurve();
+    void projectAddDbcSignals();
     void projectDeleteCurve();
     void projectCalculate();
     void projectOptions();
@@ -174,6 +176,7 @@ private:
     TimeBaseController* timeBase = nullptr;
     RunController* run = nullptr;
     DocumentController* documents = nullptr;
+    DbcSignalController* dbcSignals = nullptr;
 };
 
 #endif // VISTRELMAINWINDOW_H

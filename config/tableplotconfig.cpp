@@ -6,6 +6,7 @@
 #include "netlist.h"
 #include "qcombotablesupportitem.h"
 #include "scaling.h"
+#include "signalcell.h"
 #include "tooltipsupportitem.h"
 
 #include <QHeaderView>
@@ -17,6 +18,7 @@
 #include <QSignalBlocker>
 #include <QSignalMapper>
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -51,6 +53,24 @@ const ColumnLayout columnLayouts[] = {
     {"Value Min", "value_min", 40, QHeaderView::Interactive},
     {"Value Max", "value_max", 40, QHeaderView::Interactive},
 };
+
+// Behind the hidden ones; the project file keeps them only for rows that
+// have a layout.
+const ColumnLayout bitLevelColumns[] = {
+    {"Signal", "signal", 170, QHeaderView::Interactive},
+    {"Values", "valuetable", 40, QHeaderView::Interactive},
+};
+
+// The cells that describe a value byte by byte; a row with a bit layout
+// shows them locked.
+constexpr int byteLevelColumns[] = {TablePlotConfig::ColPos, TablePlotConfig::ColDataType,
+                                    TablePlotConfig::ColMask, TablePlotConfig::ColIntMot};
+
+bool isByteLevelColumn(int nCol)
+{
+    return std::find(std::begin(byteLevelColumns), std::end(byteLevelColumns), nCol) !=
+           std::end(byteLevelColumns);
+}
 
 constexpr int alignLeft = Qt::AlignLeft | Qt::AlignVCenter;
 constexpr int alignRight = Qt::AlignRight | Qt::AlignVCenter;
@@ -111,6 +131,9 @@ TablePlotConfig::TablePlotConfig(const NetTable& nets, const QVector<ValueAxisSe
     for (int col = 0; col < int(std::size(columnLayouts)); ++col)
         columns[size_t(col)] = {QLatin1String(columnLayouts[col].title),
                                 QLatin1String(columnLayouts[col].key)};
+    for (int i = 0; i < int(std::size(bitLevelColumns)); ++i)
+        columns[size_t(ColSignal + i)] = {QLatin1String(bitLevelColumns[i].title),
+                                          QLatin1String(bitLevelColumns[i].key)};
 
     setColumnCount(ColumnCount);
     setRowCount(0);
@@ -128,8 +151,20 @@ TablePlotConfig::TablePlotConfig(const NetTable& nets, const QVector<ValueAxisSe
                                                                 : QHeaderView::Interactive);
         setColumnWidth(col, described ? columnLayouts[col].width : 40);
     }
-    for (int col = ColCalc; col < ColumnCount; ++col)
-        hideColumn(col);
+    for (int i = 0; i < int(std::size(bitLevelColumns)); ++i) {
+        horizontalHeader()->setSectionResizeMode(ColSignal + i, bitLevelColumns[i].mode);
+        setColumnWidth(ColSignal + i, bitLevelColumns[i].width);
+    }
+    for (int col = ColCalc; col < ColumnCount; ++col) {
+        if (col != ColSignal)
+            hideColumn(col);
+    }
+    horizontalHeaderItem(ColSignal)->setData(
+        Qt::ToolTipRole,
+        tr("A signal's bits as a DBC file gives them: start|length@order (1 Intel, 0 Motorola), "
+           "sign (+ or -), f or d for a 32- or 64-bit float; a multiplexed signal adds m<value> and "
+           "its switch's start|length@order, as in 8|16@1+ m3 0|8@1.\n"
+           "Empty: Pos, DataType, Mask and Int/Mot describe the value."));
 }
 
 TablePlotConfig::~TablePlotConfig() = default;
@@ -292,9 +327,44 @@ void TablePlotConfig::setValueAxis(int nRow, int nIndex)
     item->comboBox->setCurrentIndex(nIndex);
 }
 
+std::optional<BitLayout> TablePlotConfig::signalLayout(int nRow)
+{
+    return signalCellLayout(signalText(nRow));
+}
+
+DbcValueTable TablePlotConfig::valueTable(int nRow)
+{
+    return valueTableFromText(valueTableCell(nRow));
+}
+
+QStringList TablePlotConfig::netEntries() const
+{
+    return netListEntries(nets);
+}
+
 void TablePlotConfig::setColumnLocked(int nCol, bool bLocked)
 {
     ::setColumnLocked(this, nCol, bLocked);
+    // Rows described bit by bit keep their byte-level cells locked, also
+    // when a run ends.
+    if (bLocked || !isByteLevelColumn(nCol))
+        return;
+    for (int row = 0; row < rowCount(); ++row) {
+        if (!signalText(row).isEmpty())
+            lockByteLevelCell(row, nCol, true);
+    }
+}
+
+void TablePlotConfig::lockByteLevelCell(int nRow, int nCol, bool bLocked)
+{
+    // Flags raise cellChanged, which must not reach the edit rules.
+    const QSignalBlocker blocker(this);
+    QTableWidgetItem* item = itemSave(nRow, nCol);
+    // Without ItemIsEnabled the text cell is drawn greyed, as a disabled box is.
+    const Qt::ItemFlags open = Qt::ItemIsEditable | Qt::ItemIsEnabled;
+    item->setFlags(bLocked ? item->flags() & ~open : item->flags() | open);
+    if (QComboTableSupportItem* combo = comboItem(this, nRow, nCol))
+        combo->comboBox->setEnabled(!bLocked);
 }
 
 QComboTableSupportItem* TablePlotConfig::makeComboItem(const QStringList& entries)
@@ -322,6 +392,7 @@ void TablePlotConfig::addCurveRow(int nRow)
     generatorItem(nRow, ColScale)->setData(Qt::TextAlignmentRole, alignRight);
     generatorItem(nRow, ColOffset)->setData(Qt::TextAlignmentRole, alignRight);
     generatorItem(nRow, ColUnit)->setData(Qt::TextAlignmentRole, alignLeft);
+    generatorItem(nRow, ColSignal)->setData(Qt::TextAlignmentRole, alignLeft);
 
     // Scale and Offset come from the scaling dialog only.
     setColumnLocked(ColScale, true);
@@ -423,6 +494,10 @@ void TablePlotConfig::slotRefreshCalcDataInTable(int row)
 
 void TablePlotConfig::slotDataTypeCurveSelection(int nRow)
 {
+    // A signal's scaling is its own (a DBC's factor and offset, or what the
+    // scaling dialog set); no data type or axis stands behind it.
+    if (!signalText(nRow).isEmpty())
+        return;
     const int type = dataType(nRow);
     const int axis = valueAxis(nRow) == 1 ? 1 : 0;
     const ValueAxisSettings& viewport = *axisSettings[axis];
@@ -474,9 +549,39 @@ void TablePlotConfig::repairCell(int nRow, int nCol)
         if (!unsignedAtMost(maskText(nRow), 0, maxMask))
             setMaskText(nRow, QStringLiteral("0"));
         break;
+    case ColSignal:
+        repairSignalCell(nRow);
+        break;
     default:
         break;
     }
+}
+
+void TablePlotConfig::repairSignalCell(int nRow)
+{
+    QTableWidgetItem* item = generatorItem(nRow, ColSignal);
+    const QString text = signalText(nRow);
+    // The last good text stands in the item's user data.
+    const bool wasBitLevel = !item->data(Qt::UserRole).toString().isEmpty();
+    QString result;
+    if (!text.trimmed().isEmpty()) {
+        const std::optional<BitLayout> layout = signalCellLayout(text);
+        result = layout ? signalCellText(*layout) : item->data(Qt::UserRole).toString();
+    }
+    // The write comes back through this rule, which then finds it good.
+    if (result != text)
+        setSignalText(nRow, result);
+    {
+        const QSignalBlocker blocker(this);
+        item->setData(Qt::UserRole, result);
+    }
+    if (result.isEmpty() && !wasBitLevel)
+        return;
+    // The names of the raw values belong to the signal.
+    if (result.isEmpty())
+        setValueTableCell(nRow, QString());
+    for (const int col : byteLevelColumns)
+        lockByteLevelCell(nRow, col, !result.isEmpty());
 }
 
 void TablePlotConfig::deriveRawRange(int nRow)
@@ -519,6 +624,13 @@ QString TablePlotConfig::tooltipText(int nRow, int nCol)
     case ColOffset:
     case ColCalc:
         return scalingTooltip(nRow);
+    case ColPos:
+    case ColDataType:
+    case ColMask:
+    case ColIntMot:
+        if (!signalText(nRow).isEmpty())
+            return tr("Not used: the row's \"Signal\" describes its value.");
+        return text;
     default:
         return text;
     }

@@ -1,7 +1,9 @@
 #ifndef TABLEPLOTCONFIG_H
 #define TABLEPLOTCONFIG_H
 
+#include "bitlayout.h"
 #include "columninfo.h"
+#include "dbcfile.h"
 #include "iftooltiptextgenerator.h"
 #include "netinfo.h"
 #include "valueaxissettings.h"
@@ -12,6 +14,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 
 class MDialogScaleOffset;
 class QComboTableSupportItem;
@@ -52,7 +55,13 @@ public:
         ColValueMax = 19,
         ColName20 = 20,
         ColBtrCopy = 21,
-        ColumnCount = 22
+        // A row described bit by bit, as DBC files describe signals: its
+        // layout (signalcell.h), empty for a row that Pos, DataType, Mask
+        // and Int/Mot describe; then, hidden, the names of its raw values
+        // (valueTableText of dbcfile.h).
+        ColSignal = 22,
+        ColValueTable = 23,
+        ColumnCount = 24
     };
 
     // Index of "BTR01" in the baud list; the entries before it are the baud
@@ -132,6 +141,16 @@ public:
     void setValueMaxText(int nRow, const QString& text) { setCellText(nRow, ColValueMax, text); }
     QString btrCopyText(int nRow) { return cellText(nRow, ColBtrCopy); }
     void setBtrCopyText(int nRow, const QString& text) { setCellText(nRow, ColBtrCopy, text); }
+    QString signalText(int nRow) { return cellText(nRow, ColSignal); }
+    void setSignalText(int nRow, const QString& text) { setCellText(nRow, ColSignal, text); }
+    QString valueTableCell(int nRow) { return cellText(nRow, ColValueTable); }
+    void setValueTableCell(int nRow, const QString& text) { setCellText(nRow, ColValueTable, text); }
+    // The row's bit layout, none for a row described by its byte-level cells.
+    std::optional<BitLayout> signalLayout(int nRow);
+    DbcValueTable valueTable(int nRow);
+
+    // The entries of the Net list that a new row gets.
+    QStringList netEntries() const;
 
     void setColumnLocked(int nCol, bool bLocked);
 
@@ -141,7 +160,8 @@ public:
     void removeAllRows();
 
     // Replaces a value that fails its cell's check (Baud, BTR/hex, Id, Pos,
-    // Mask) without a message, and writes the baud in its canonical form.
+    // Mask, Signal) without a message, and writes the baud and the signal's
+    // layout in their canonical form.
     // For every write of a cell; a repair writes the cell again and passes
     // the second time.
     void repairCell(int nRow, int nCol);
@@ -172,6 +192,11 @@ private:
     QString interfaceTooltip(int nRow);
     QString identifierTooltip(int nRow);
     QString scalingTooltip(int nRow);
+    // The Signal cell's rule: a good layout in its canonical form, the last
+    // good one for a bad text, empty for none; the byte-level cells lock
+    // while a layout stands.
+    void repairSignalCell(int nRow);
+    void lockByteLevelCell(int nRow, int nCol, bool bLocked);
 
     std::array<ColumnInfo, ColumnCount> columns;
     int lastMouseButtons = 0;

@@ -67,6 +67,28 @@ constexpr int rawValueMax = 864;
 constexpr int axis = 872;
 constexpr int reserved = 876; // 216 zero bytes, then 4 more reserved ones
 } // namespace CurveAt
+
+// A bit layout in the reserved bytes of a current record. Nothing of it is
+// written for a row without one, so such records stay all zeros there.
+namespace BitsAt {
+constexpr int tag = CurveAt::reserved; // "DBCS"
+constexpr int version = 880;           // 1
+constexpr int startBit = 884;
+constexpr int length = 888;
+constexpr int byteOrder = 892; // 0 Intel, 1 Motorola, as the record's byteOrder
+constexpr int isSigned = 893;
+constexpr int valueType = 894; // 0 integer, 1 32-bit float, 2 64-bit float
+constexpr int multiplexed = 895;
+constexpr int switchStartBit = 896;
+constexpr int switchLength = 900;
+constexpr int switchByteOrder = 904; // then 3 zero bytes
+constexpr int switchValue = 908;     // unsigned 64-bit
+constexpr int valueTable = 916;      // UTF-8 text up to a NUL, or empty
+constexpr int end = 1092;
+constexpr char tagBytes[] = "DBCS";
+constexpr int32_t currentVersion = 1;
+} // namespace BitsAt
+static_assert(BitsAt::end == CurveAt::reserved + 216, "bit layout within the reserved bytes");
 static_assert(CurveAt::name == CurveAt::color + dataTextFieldSize, "curve record layout");
 static_assert(CurveAt::net == CurveAt::name + dataTextFieldSize, "curve record layout");
 static_assert(CurveAt::scale == CurveAt::byteOrder + 8, "curve record layout");
@@ -117,6 +139,11 @@ public:
         std::memcpy(&bits, &value, sizeof bits);
         qToLittleEndian<quint64>(bits, bytes.data() + at);
     }
+    void putUInt64(int at, uint64_t value) { qToLittleEndian<quint64>(value, bytes.data() + at); }
+    void putBytes(int at, const QByteArray& data)
+    {
+        std::memcpy(bytes.data() + at, data.constData(), size_t(data.size()));
+    }
     void putText(int at, const QString& text)
     {
         // The field is zero already, so the text ends in a NUL.
@@ -127,6 +154,8 @@ public:
     int32_t intAt(int at) const { return qFromLittleEndian<qint32>(bytes.constData() + at); }
     uint32_t uintAt(int at) const { return qFromLittleEndian<quint32>(bytes.constData() + at); }
     uint8_t byteAt(int at) const { return uint8_t(bytes.at(at)); }
+    uint64_t uint64At(int at) const { return qFromLittleEndian<quint64>(bytes.constData() + at); }
+    QByteArray bytesAt(int at, int size) const { return bytes.mid(at, size); }
     double doubleAt(int at) const
     {
         const quint64 bits = qFromLittleEndian<quint64>(bytes.constData() + at);
@@ -166,6 +195,60 @@ DataAxisRecord axisAt(const ByteImage& image, int at)
     axis.visible = image.byteAt(at + AxisAt::visible);
     axis.grid = image.byteAt(at + AxisAt::grid);
     return axis;
+}
+
+void putBitLayout(ByteImage& image, const BitLayout& layout, const QString& valueTable)
+{
+    image.putBytes(BitsAt::tag, QByteArray(BitsAt::tagBytes, 4));
+    image.putInt(BitsAt::version, BitsAt::currentVersion);
+    image.putInt(BitsAt::startBit, layout.field.startBit);
+    image.putInt(BitsAt::length, layout.field.length);
+    image.putByte(BitsAt::byteOrder, layout.field.motorola ? 1 : 0);
+    image.putByte(BitsAt::isSigned, layout.isSigned ? 1 : 0);
+    image.putByte(BitsAt::valueType, uint8_t(layout.valueType));
+    if (layout.multiplexed) {
+        image.putByte(BitsAt::multiplexed, 1);
+        image.putInt(BitsAt::switchStartBit, layout.muxField.startBit);
+        image.putInt(BitsAt::switchLength, layout.muxField.length);
+        image.putByte(BitsAt::switchByteOrder, layout.muxField.motorola ? 1 : 0);
+        image.putUInt64(BitsAt::switchValue, layout.muxValue);
+    }
+    // Whole or not at all, with room for its NUL.
+    const QByteArray table = valueTable.toUtf8();
+    if (table.size() < BitsAt::end - BitsAt::valueTable)
+        image.putBytes(BitsAt::valueTable, table);
+}
+
+// The bit layout of a record, if it has one that can be decoded; anything
+// else in the reserved bytes is passed over.
+std::optional<BitLayout> bitLayoutAt(const ByteImage& image)
+{
+    if (image.bytesAt(BitsAt::tag, 4) != QByteArray(BitsAt::tagBytes, 4) ||
+        image.intAt(BitsAt::version) != BitsAt::currentVersion)
+        return std::nullopt;
+    BitLayout layout;
+    layout.field = {image.intAt(BitsAt::startBit), image.intAt(BitsAt::length),
+                    image.byteAt(BitsAt::byteOrder) != 0};
+    layout.isSigned = image.byteAt(BitsAt::isSigned) != 0;
+    const uint8_t type = image.byteAt(BitsAt::valueType);
+    if (type > uint8_t(SignalValueType::Float64))
+        return std::nullopt;
+    layout.valueType = SignalValueType(type);
+    layout.multiplexed = image.byteAt(BitsAt::multiplexed) != 0;
+    if (layout.multiplexed) {
+        layout.muxField = {image.intAt(BitsAt::switchStartBit), image.intAt(BitsAt::switchLength),
+                           image.byteAt(BitsAt::switchByteOrder) != 0};
+        layout.muxValue = image.uint64At(BitsAt::switchValue);
+    }
+    if (!isDecodable(layout))
+        return std::nullopt;
+    return layout;
+}
+
+QString valueTableAt(const ByteImage& image)
+{
+    const QByteArray field = image.bytesAt(BitsAt::valueTable, BitsAt::end - BitsAt::valueTable);
+    return QString::fromUtf8(field.left(int(qstrnlen(field.constData(), size_t(field.size())))));
 }
 
 // The bytes of a header before anything has been read over them.
@@ -284,6 +367,8 @@ QByteArray encodeDataCurveRecord(const DataCurveRecord& record)
     image.putDouble(CurveAt::rawValueMin, record.rawValueMin);
     image.putDouble(CurveAt::rawValueMax, record.rawValueMax);
     image.putInt(CurveAt::axis, record.axis);
+    if (record.bitLayout)
+        putBitLayout(image, *record.bitLayout, record.valueTable);
     return image.data();
 }
 
@@ -361,6 +446,9 @@ DataCurveRecord decodeDataCurveRecord(const QByteArray& bytes)
     record.rawValueMin = image.doubleAt(CurveAt::rawValueMin);
     record.rawValueMax = image.doubleAt(CurveAt::rawValueMax);
     record.axis = image.intAt(CurveAt::axis);
+    record.bitLayout = bitLayoutAt(image);
+    if (record.bitLayout)
+        record.valueTable = valueTableAt(image);
     return record;
 }
 

@@ -1,6 +1,7 @@
 #ifndef DATAFILE_H
 #define DATAFILE_H
 
+#include "bitlayout.h"
 #include "valueaxissettings.h"
 
 #include <QByteArray>
@@ -8,6 +9,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
 class QIODevice;
 
@@ -108,6 +110,13 @@ struct DataCurveRecord
     double rawValueMin = 0.0;
     double rawValueMax = 0.0;
     int32_t axis = 0;
+    // A row described bit by bit. It lives in the record's reserved bytes
+    // behind a tag, so that a record without it is unchanged and a reader
+    // that doesn't know it never looks there (layout in datafile.cpp).
+    std::optional<BitLayout> bitLayout = std::nullopt;
+    // The row's value table as valueTableText gives it; kept with a bit
+    // layout when its UTF-8 form fits the space left, else not kept.
+    QString valueTable = QString();
 };
 
 // The record of one curve in the oldest version. recordSize counts both

@@ -6,6 +6,7 @@
 #include <QSet>
 #include <QTextCodec>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -447,4 +448,67 @@ QString dbcValueText(double raw, const DbcValueTable& table)
     const QString number = QString::number(whole);
     const auto it = table.constFind(whole);
     return it == table.cend() ? number : QStringLiteral("%1 (%2)").arg(number, *it);
+}
+
+QString dbcValueName(double raw, const DbcValueTable& table)
+{
+    const double whole = std::round(raw);
+    if (table.isEmpty() || !(std::abs(raw - whole) <= 1e-6 * std::max(1.0, std::abs(whole))) ||
+        std::abs(whole) >= 9.0e18)
+        return QString();
+    return table.value(qint64(whole));
+}
+
+namespace {
+
+const QChar escapeMark = QLatin1Char('\\');
+const QChar entryEnd = QLatin1Char(';');
+const QChar keyEnd = QLatin1Char(':');
+
+} // namespace
+
+QString valueTableText(const DbcValueTable& table)
+{
+    QStringList entries;
+    for (auto it = table.cbegin(); it != table.cend(); ++it) {
+        QString name;
+        for (const QChar c : *it) {
+            if (c == escapeMark || c == entryEnd || c == keyEnd)
+                name += escapeMark;
+            name += c;
+        }
+        entries << QString::number(it.key()) + keyEnd + name;
+    }
+    return entries.join(entryEnd);
+}
+
+DbcValueTable valueTableFromText(const QString& text)
+{
+    DbcValueTable table;
+    QString key;
+    QString name;
+    bool inName = false;
+    const auto takeEntry = [&] {
+        bool ok = false;
+        const qint64 number = key.trimmed().toLongLong(&ok);
+        if (inName && ok)
+            table.insert(number, name);
+        key.clear();
+        name.clear();
+        inName = false;
+    };
+    for (int i = 0; i < text.size(); ++i) {
+        const QChar c = text.at(i);
+        if (c == escapeMark && i + 1 < text.size()) {
+            (inName ? name : key) += text.at(++i);
+        } else if (c == entryEnd) {
+            takeEntry();
+        } else if (c == keyEnd && !inName) {
+            inName = true;
+        } else {
+            (inName ? name : key) += c;
+        }
+    }
+    takeEntry();
+    return table;
 }

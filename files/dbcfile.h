@@ -101,4 +101,16 @@ std::optional<BitLayout> dbcSignalLayout(const DbcMessage& message, const DbcSig
 // else the number alone ("2", or "0.5" for a raw value that isn't whole).
 QString dbcValueText(double raw, const DbcValueTable& table);
 
+// The name the table gives a raw value, empty when it gives none. A raw value
+// within a millionth of a whole number counts as that number, so that one
+// found again from a scaled value (raw = (value - offset) / scale) still
+// finds its name.
+QString dbcValueName(double raw, const DbcValueTable& table);
+
+// A value table as one line of text, as a project keeps it with its row:
+// "0:Park;1:Reverse;2:Drive", with "\", ";" and ":" in a name written as
+// "\\", "\;" and "\:". The reader passes over entries it can't read.
+QString valueTableText(const DbcValueTable& table);
+DbcValueTable valueTableFromText(const QString& text);
+
 #endif // DBCFILE_H

@@ -42,11 +42,13 @@ uint64_t softwareTimestamp(double runSeconds)
 PlotCurve::PlotCurve(DataPlot* plot, int lineWidth, const QColor& color, const QString& name, int net,
                      int baud, int canId, int pos, int dataType, int mask, int byteOrder, int axis,
                      double scale, double offset, const QString& unit, int style, bool visible,
-                     unsigned points, bool clearArrays)
+                     unsigned points, bool clearArrays, const std::optional<BitLayout>& bitLayout,
+                     const DbcValueTable& valueTable)
     : frameCopy(new TessFrameT[points]), xValues(size_t(points) + 1), yValues(size_t(points) + 1),
       ring(points), scale(scale), offset(offset), maxPoints(points), lineWidth(lineWidth), color(color),
       name(name), unit(unit), net(net), baud(baud), canId(canId), bytePos(pos - 1), mask(mask),
-      dataType(dataType), byteOrder(byteOrder), axis(axis), style(style)
+      dataType(dataType), byteOrder(byteOrder), axis(axis), style(style), bitLayout(bitLayout),
+      valueTable(valueTable)
 {
     plotItem = new FastPlotCurve(name);
     // By name, so that an alpha channel is dropped.
@@ -88,7 +90,17 @@ ValueLayout PlotCurve::valueLayout() const
     layout.mask = mask;
     layout.scale = scale;
     layout.offset = offset;
+    layout.bitLayout = bitLayout;
     return layout;
+}
+
+QString PlotCurve::valueText(double value, double raw) const
+{
+    QString text = QString::asprintf("%0.3f", value);
+    const QString valueName = dbcValueName(raw, valueTable);
+    if (!valueName.isEmpty())
+        text += QStringLiteral(" (%1)").arg(valueName);
+    return text;
 }
 
 bool PlotCurve::decodeFrame(const TessFrame& frame, bool checkOnly, double* value, double* raw) const

@@ -2,6 +2,7 @@
 #define PLOTCURVE_H
 
 #include "curvelock.h"
+#include "dbcfile.h"
 #include "framedecode.h"
 #include "framering.h"
 #include "netinfo.h"
@@ -16,6 +17,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 class DataPlot;
 class QwtPlotCurve;
@@ -40,14 +42,23 @@ public:
 
     // pos counts from 1. points gives maxPoints and the ring's capacity;
     // clearArrays says whether the arrays start as zeros. The item is drawn
-    // with a pen of lineWidth pixels.
+    // with a pen of lineWidth pixels. A bit layout, when given, takes the
+    // place of position, data type, mask and byte order; the value table
+    // names raw values.
     PlotCurve(DataPlot* plot, int lineWidth, const QColor& color, const QString& name, int net, int baud,
               int canId, int pos, int dataType, int mask, int byteOrder, int axis, double scale,
-              double offset, const QString& unit, int style, bool visible, unsigned points, bool clearArrays);
+              double offset, const QString& unit, int style, bool visible, unsigned points, bool clearArrays,
+              const std::optional<BitLayout>& bitLayout = std::nullopt,
+              const DbcValueTable& valueTable = DbcValueTable());
     ~PlotCurve() override;
 
-    // Decodes one frame by this curve's data type, position, mask, byte
-    // order and scaling. Looks only at the length byte and the data.
+    // A value as the cells show it, "%0.3f", with the name of its raw value
+    // behind it when the value table has one: "2.000 (Drive)".
+    QString valueText(double value, double raw) const;
+
+    // Decodes one frame by this curve's bit layout, or else its data type,
+    // position, mask and byte order, and its scaling. Looks only at the
+    // length byte and the data.
     bool decodeFrame(const TessFrame& frame, bool checkOnly, double* value, double* raw) const;
     bool decodeFrame(const TessFrameT& frame, bool checkOnly, double* value, double* raw) const;
 
@@ -181,6 +192,8 @@ public:
     const int byteOrder;
     const int axis;
     const int style;
+    const std::optional<BitLayout> bitLayout;
+    const DbcValueTable valueTable;
 };
 
 #endif // PLOTCURVE_H

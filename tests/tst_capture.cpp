@@ -395,6 +395,57 @@ private slots:
         QCOMPARE(item->toolTip(), flagged ? "curve has values out of viewport range" : "");
     }
 
+    // Rows described bit by bit: a 9-bit signed Motorola signal scaled by
+    // -0.02 from every frame, and a signal only from frames whose Intel byte
+    // 0 holds 3, with the names of its raw values in the online and marker
+    // cells.
+    void bitLevelRows()
+    {
+        openWindow(nets);
+        addRow({});
+        addRow({});
+        TablePlotConfig* table = window->tableConfig();
+        for (const auto& [row, layout, scale, offset] :
+             {std::tuple(0, "24|9@0-", "-0.02", "0"), {1, "8|8@1+ m3 0|8@1", "0.5", "1"}}) {
+            table->setSignalText(row, layout);
+            table->setScaleText(row, scale);
+            table->setOffsetText(row, offset);
+        }
+        table->setValueTableCell(1, "4:Drive;6:Park");
+        QCOMPARE(tessTestSetTimestamp(0, 5000000), 0);
+        startStop();
+        QCOMPARE(tessTestWaitForReaders(0, 2, 5000), 0);
+        // Bits 24 to 16 of the Motorola word: bit 0 of byte 3, then byte 4.
+        const TessFrameT frames[] = {frameT(0x100, {3, 6, 0, 1, 0x80, 0, 0, 0}, 6000000),
+                                     frameT(0x100, {2, 9, 0, 0, 0x7F, 0, 0, 0}, 7000000),
+                                     frameT(0x100, {3, 4, 0, 1, 0xFF, 0, 0, 0}, 7500000)};
+        QCOMPARE(tessTestInjectT(0, frames, 3), 0);
+        QTRY_COMPARE(cell(Description::ColCount) + window->tableDescription()->text(1, Description::ColCount),
+                     QStringLiteral("32"));
+        startStop();
+        // The live point, then the samples newest first.
+        const auto points = [this](int row) {
+            const PlotCurve& curve = *window->curves().at(row);
+            const int n = curve.pointCount();
+            return QVector<double>(curve.xValues.get(), curve.xValues.get() + n) +
+                   QVector<double>(curve.yValues.get(), curve.yValues.get() + n);
+        };
+        QCOMPARE(points(0),
+                 (QVector<double>{2.5, 2.5, 2, 1, -1 * -0.02, -1 * -0.02, 127 * -0.02, -128 * -0.02}));
+        QCOMPARE(points(1), (QVector<double>{2.5, 2.5, 1, 4 * 0.5 + 1, 4 * 0.5 + 1, 6 * 0.5 + 1}));
+        window->plot()->setMarker1(1.5);
+        window->plot()->setMarker2(9.0);
+        QStringList texts;
+        for (int row = 0; row < 2; ++row) {
+            for (const int col : {Description::ColRawValue, Description::ColCurrentValue, Description::ColM1,
+                                  Description::ColM2})
+                texts << window->tableDescription()->text(row, col);
+        }
+        QCOMPARE(texts.mid(0, 2), (QStringList{"-1.000", "0.020"}));
+        QCOMPARE(texts.mid(4), (QStringList{"4.000", "3.000 (Drive)", "4.000 (Park)/6.000   [1.000 s]",
+                                            "3.000 (Drive)/4.000   [2.500 s]"}));
+    }
+
     // Closing the window during a run asks; No goes on running, Yes stops and closes.
     void closingDuringRunAsks()
     {

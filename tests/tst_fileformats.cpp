@@ -54,13 +54,30 @@ QByteArray header(qint32 size, qint32 type = 0)
     return b.data;
 }
 
-// A record and the points behind it, x then y.
-QByteArray curve(const DataCurveRecord& r, const QVector<double>& xy = {})
+// A record and the points behind it, x then y; `reserved` fills the 216
+// bytes behind the axis.
+QByteArray curve(const DataCurveRecord& r, const QVector<double>& xy = {}, const QByteArray& reserved = {})
 {
     Bytes b;
     b.n(0).n(1096).t(r.color).t(r.name).n(r.net).n(r.baud).n(r.id).n(r.pos).n(r.dataType).n(r.mask);
     b.n(r.byteOrder).n(0).f({r.scale, r.offset}).t(r.unit).n(r.style).n(r.enable).n(r.pointCount).n(r.flags);
-    return b.f({r.valueMin, r.valueMax, r.rawValueMin, r.rawValueMax}).n(r.axis).n(0, 220).f(xy).data;
+    b.f({r.valueMin, r.valueMax, r.rawValueMin, r.rawValueMax}).n(r.axis);
+    b.data += reserved.leftJustified(216, '\0');
+    return b.n(0).f(xy).data;
+}
+
+// A bit layout in the reserved bytes: tag and version, start bit, length,
+// then a byte each for Motorola, signed, value type and multiplexed, the
+// switch's start bit, length and Motorola byte, three zeros, its value, and
+// the value names as UTF-8 up to a NUL.
+QByteArray bits(const char* tag, int version, int start, int length, int motorola, int isSigned, int type,
+                int mux, int muxStart, int muxLength, int muxMotorola, quint64 muxValue,
+                const QByteArray& names)
+{
+    Bytes b;
+    b.data = tag;
+    b.n(version).n(start).n(length).n(motorola, 1).n(isSigned, 1).n(type, 1).n(mux, 1);
+    return b.n(muxStart).n(muxLength).n(muxMotorola, 1).n(0, 3).n(muxValue, 8).data + names;
 }
 
 QByteArray curveV1(const DataCurveRecordV1& r, const QVector<double>& xy = {})
@@ -90,6 +107,16 @@ DataCurveRecord btr(int flags = 1)
     return {0, 1096, "#010203", QString(256, 'N'), 255, qint32(0x8000001Cu), 0x38FEF100, 8, 7, 15, 0, 1e-300,
             -1e300, "", 1, 1, 1, flags, -1.5, 3.25, 0.0, 1.0, 0};
 }
+// A 9-bit signed Motorola signal, present when the Intel byte 0 holds 3;
+// its value names must be escaped.
+DataCurveRecord trim(const QString& names = "0:Park;2:Drive\\;fast;3:a\\:b \u00e9")
+{
+    DataCurveRecord r = speed();
+    r.bitLayout = BitLayout{{24, 9, true}, true, SignalValueType::Integer, true, {0, 8, false}, 3};
+    r.valueTable = names;
+    return r;
+}
+const QByteArray trimBits = bits("DBCS", 1, 24, 9, 1, 1, 0, 1, 0, 8, 0, 3, "0:Park;2:Drive\\;fast;3:a\\:b \xc3\xa9");
 DataCurveRecordV1 rpm(qint32 recordSize = 840 + 48, quint32 pointCount = 3)
 {
     return {7, recordSize, "#00ff00", "Rpm", 1, qint32(0x8000FFFFu), 0x20000100, 3, 4, 1, 0.5, 10, "1/min", 2,
@@ -205,8 +232,11 @@ void TestFileFormats::dataWriter()
     QVERIFY(writeDataPoints(out, speedPoints.constData(), speedPoints.constData() + 4, 4));
     QVERIFY(writeDataCurveRecord(out, btr()));
     QVERIFY(writeDataPoints(out, &speedPoints[3], &speedPoints[7], 1));
-    const QByteArray expected = header(96) + curve(speed(), speedPoints) + curve(btr(), {1.0, 0.3});
-    QCOMPARE(expected.size(), 96 + 2 * 1096 + 16 * 5);
+    // Names that don't fit whole with their NUL are not kept.
+    QVERIFY(writeDataCurveRecord(out, trim()) && writeDataCurveRecord(out, trim(QString(176, 'x'))));
+    const QByteArray expected = header(96) + curve(speed(), speedPoints) + curve(btr(), {1.0, 0.3}) +
+                                curve(trim(), {}, trimBits) + curve(trim(), {}, trimBits.left(40));
+    QCOMPARE(expected.size(), 96 + 4 * 1096 + 16 * 5);
     QCOMPARE(out.data().toHex(), expected.toHex());
 }
 
@@ -230,6 +260,16 @@ void TestFileFormats::dataReader_data()
                       curveV1(rpm(840 + 63, 9), rpmPoints)};
     QTest::newRow("current") << whole << "ok" << Curves{curve(speed(), speedPoints), curve(btr(), {0, 0})}
                              << false;
+    // A layout behind another tag or version, or one that can't be decoded,
+    // is passed over: the record reads as one without.
+    QTest::newRow("current, bit layouts")
+        << header(96) + curve(trim(), speedPoints, trimBits) +
+               curve(speed(1, 0), {}, bits("DBCS", 2, 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, "0:a"))
+        << "ok" << Curves{curve(trim(), speedPoints, trimBits), curve(speed(1, 0))} << false;
+    QTest::newRow("layouts that can't be decoded")
+        << header(96) + curve(speed(1, 0), {}, bits("DBCS", 1, 60, 8, 0, 0, 0, 0, 0, 0, 0, 0, "0:a")) +
+               curve(speed(1, 0), {}, bits("DBCS", 1, 0, 16, 0, 0, 1, 0, 0, 0, 0, 0, ""))
+        << "ok" << Curves{curve(speed(1, 0)), curve(speed(1, 0))} << false;
     QTest::newRow("middle, ranges not valid")
         << middle << "ok" << Curves{middle.mid(32, 1160), middle.mid(1192)} << false;
     QTest::newRow("oldest") << header(24) + rpms[0] + rpms[1] + "pad"

@@ -15,6 +15,7 @@
 #include "qcombotablesupportitem.h"
 #include "qlabelcompat.h"
 #include "settingsfile.h"
+#include "signalcell.h"
 #include "tableplotconfig.h"
 #include "tableplotdescription.h"
 #include "testsupport.h"
@@ -91,6 +92,9 @@ QString cells(VistrelMainWindow& w, int row)
                                    : c.cellText(row, col)) +
                 ' ';
     }
+    // A row described bit by bit, and only such a row, has a layout and value names.
+    if (!c.signalText(row).isEmpty() || !c.valueTableCell(row).isEmpty())
+        text += "signal=" + c.signalText(row) + " valuetable=" + c.valueTableCell(row) + ' ';
     return text + QString::asprintf("en=%d style=%d cnt=", d.curveEnabled(row), d.curveStyle(row)) +
            d.text(row, d.ColCount);
 }
@@ -276,7 +280,8 @@ void TestFileIo::dataRoundTrip()
     addRow(*source,
            "name=Level net=2 baud=14 btr01=1c id=0x18FEF100 Id29Bit=1 pos=2 datatype=1 mask=0x0F intmot=1 "
            "axis=1 enable=0 style=2");
-    for (int row = 0; row < 2; ++row) {
+    addRow(*source, "name=Trim id=0x100 signal=24|9@0- valuetable=0:P\\;x;2:Drive");
+    for (int row = 0; row < 3; ++row) {
         PlotCurve& curve = *source->curves()[row];
         for (int i = 0; i < 3; ++i)
             curve.xValues[size_t(i)] = 3 - i, curve.yValues[size_t(i)] = 10 * i + row;
@@ -296,17 +301,22 @@ void TestFileIo::dataRoundTrip()
     const DataFileHeader head = reader.readHeader().header;
     QStringList records{
         QString::asprintf("%g %g %u %d", head.timeOrigin, head.runTime, head.plotSize, head.curveCount)};
-    for (DataCurveRecord r; reader.readCurveRecord(r);)
+    for (DataCurveRecord r; reader.readCurveRecord(r);) {
         records << QString::asprintf(
             "net=%d baud=%d id=%x pos=%d type=%d mask=%d order=%d axis=%d en=%d style=%d "
             "flags=%d n=%d",
             r.net, r.baud, unsigned(r.id), r.pos, r.dataType, r.mask, r.byteOrder, r.axis, r.enable, r.style,
             r.flags, r.pointCount);
+        if (r.bitLayout)
+            records.last() += ' ' + signalCellText(*r.bitLayout) + ' ' + r.valueTable;
+    }
     QCOMPARE(records,
-             (QStringList{"3600.25 42.5 5000 2",
+             (QStringList{"3600.25 42.5 5000 3",
                           "net=0 baud=0 id=100 pos=1 type=2 mask=255 order=0 axis=0 en=1 style=1 flags=1 n=3",
                           "net=3 baud=-2147483620 id=38fef100 pos=3 type=1 mask=15 order=1 axis=1 en=0 "
-                          "style=2 flags=1 n=3"}));
+                          "style=2 flags=1 n=3",
+                          "net=0 baud=0 id=100 pos=1 type=0 mask=255 order=0 axis=0 en=1 style=0 flags=1 n=3 "
+                          "24|9@0- 0:P\\;x;2:Drive"}));
 
     // Opened from the command line behind another kind of file and before a
     // project: Id and Mask come back in decimal; the net number is taken as
@@ -316,12 +326,16 @@ void TestFileIo::dataRoundTrip()
     w->openCommandLineFile({"x.vtlprj", "notes.txt", path, "other.vtlprj"});
     QCOMPARE(noBox.texts(), QStringList());
     QCOMPARE(state(*w),
-             "rows=Speed,Level curves=2 prj= dat=round.vtldat mode=OFFLINE - DATA size=5000 axes=-100,"
+             "rows=Speed,Level,Trim curves=3 prj= dat=round.vtldat mode=OFFLINE - DATA size=5000 axes=-100,"
              "100,10,1,1 -1.5,3.25,0.25,1,1");
     QCOMPARE(cells(*w, 1), cells(*source, 1)
                                .replace("net=2", "net=-1")
                                .replace("id=0x18FEF100", "id=419361024")
                                .replace("mask=0x0F", "mask=15")
+                               .replace("cnt=", "cnt=3"));
+    QCOMPARE(cells(*w, 2), cells(*source, 2)
+                               .replace("id=0x100", "id=256")
+                               .replace("mask=0xFF", "mask=255")
                                .replace("cnt=", "cnt=3"));
     QCOMPARE(pointsOf(*w->curves()[1]), (QVector<double>{3, 2, 1, 1, 11, 21}));
     QCOMPARE(w->plot()->timeScaleEnd(), 42.5);
@@ -339,27 +353,39 @@ void TestFileIo::projectRoundTrip()
     addRow(*source,
            "name=Rpm net=2 baud=14 btr01=1c id=291 Id29Bit=1 pos=7 datatype=1 mask=255 intmot=1 axis=1 "
            "scale=2 enable=0 style=2");
+    addRow(*source, "name=Gear id=0x18FEF100 Id29Bit=1 unit=km/h");
+    source->tableConfig()->setSignalText(2, "8|16@1+ m3 0|8@1");
+    const QString names = "0:Park;2:Drive\\;fast;3:a\\:b\\\\";
+    source->tableConfig()->setValueTableCell(2, names);
     *source->axisSettings()[1] = {-1.5, 3.25, 0.25, true, true};
     const QString path = TestSupport::temporaryPath("roundvtlprj"); // a name without dot
     source->writeProjectFile(path);
 
     // The Net entry by its position and its text, BTR as a negative "baud",
-    // Pos by its text.
+    // Pos by its text. Plain rows have the attributes they always had; a
+    // row described bit by bit has two more.
     QFile file(path);
     const ProjectReadResult read = readProjectDocument(&file);
-    QCOMPARE(read.elements.size(), 4);
+    QCOMPARE(read.elements.size(), 5);
     QStringList rpm;
     for (const char* key : {"net", "netstr", "baud", "btr01", "pos", "Id29Bit", "enable", "style", "name_21"})
         rpm << read.elements[1].graph.attributes.value(key, "none");
     QCOMPARE(rpm.join(' '), QStringLiteral("2 3: C -2147483620 none 8 1 0 2 1c"));
+    for (int row = 0; row < 2; ++row)
+        QCOMPARE(read.elements[row].graph.attributes.size(), 24);
+    const QMap<QString, QString>& gear = read.elements[2].graph.attributes;
+    QCOMPARE(gear.size(), 26);
+    QCOMPARE(gear.value("signal") + ' ' + gear.value("valuetable"), "8|16@1+ m3 0|8@1 " + names);
 
     // Opened from the command line behind a name in capitals.
     const auto w = makeWindow();
     w->openCommandLineFile({"vistrel", "A.VTLPRJ", path, "other.vtldat"});
-    QCOMPARE(state(*w), "rows=Speed,Rpm curves=2 prj=roundvtlprj dat= mode= size=5000 axes=-100,100,10,1,1 "
-                        "-1.5,3.25,0.25,1,1");
-    for (int row = 0; row < 2; ++row)
+    QCOMPARE(state(*w),
+             "rows=Speed,Rpm,Gear curves=3 prj=roundvtlprj dat= mode= size=5000 axes=-100,100,10,1,"
+             "1 -1.5,3.25,0.25,1,1");
+    for (int row = 0; row < 3; ++row)
         QCOMPARE(cells(*w, row), cells(*source, row));
+    QCOMPARE(w->tableConfig()->valueTable(2), (DbcValueTable{{0, "Park"}, {2, "Drive;fast"}, {3, "a:b\\"}}));
     QCOMPARE(w->curves()[1]->plotItem->yAxis(), int(QwtPlot::yRight));
 }
 
@@ -372,6 +398,10 @@ void TestFileIo::import()
     addRow(*w, "name=signed id=0x100 pos=1 datatype=2 scale=0.5 offset=1");
     addRow(*w, "name=unsigned id=256 pos=1 datatype=1 scale=1 offset=0");
     addRow(*w, "name=29-bit id=0x100 Id29Bit=1 datatype=1 scale=1 offset=0");
+    // Bits 8 to 15 of the frames whose byte 0 holds 1: one frame of three
+    // (one is too short), so one sample.
+    addRow(*w, "name=mux id=0x100 scale=1 offset=0");
+    w->tableConfig()->setSignalText(3, "8|8@1+ m1 0|8@1");
     ProgramOptions options = w->options();
     options.antialiasing = true;
     w->setOptions(options);
@@ -380,7 +410,7 @@ void TestFileIo::import()
                   logLines({"12:00:00 0 1365 _ 1", "12:00:00 125 256 _ 0,12,0", "12:00:01 250 256 _ 1,ff,ff",
                             "12:00:02 500 256 L 9", "12:00:02 500 256 _ aa", "12:00:03 0 1365 _ 2"})));
 
-    QCOMPARE(state(*w), "rows=signed,unsigned,29-bit curves=3 prj= dat=three.txt mode=OFFLINE - IMPORT " +
+    QCOMPARE(state(*w), "rows=signed,unsigned,29-bit,mux curves=4 prj= dat=three.txt mode=OFFLINE - IMPORT " +
                             defaultSizeAndAxes);
     // The live point, then the samples newest first, times from the first
     // frame of the log; Integer16 at "Pos" 2 reads 0x0012, 0xFFFF, and 0
@@ -388,6 +418,7 @@ void TestFileIo::import()
     QCOMPARE(pointsOf(*w->curves()[0]), (QVector<double>{3.0, 2.5, 1.25, 0.125, 0, 0, 0.5, 10}));
     QCOMPARE(pointsOf(*w->curves()[1]).mid(4), (QVector<double>{0, 0, 255, 18}));
     QCOMPARE(pointsOf(*w->curves()[2]), (QVector<double>{3.0, 2.5, 9.0, 9.0}));
+    QCOMPARE(pointsOf(*w->curves()[3]), (QVector<double>{3.0, 1.25, 255, 255}));
     QCOMPARE(cells(*w, 1).right(5), QStringLiteral("cnt=4"));
     QVERIFY(w->curves()[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
     QCOMPARE(w->statusBarLabels()->textLabelStartTime->text().right(12), QStringLiteral("12:00:00.000"));

@@ -1,9 +1,10 @@
 // The configuration table and the description table: the cells of a new
 // row, the baud code, access outside the table, tooltips, "En" and "Style";
 // what an edit does, adding and deleting curves; the scaling maths and the
-// scaling dialog.
+// scaling dialog; rows described bit by bit and the signals of DBC files.
 #include "dataplot.h"
 #include "gui_support.h"
+#include "mdialogdbcsignals.h"
 #include "mdialogscaleoffset.h"
 #include "plotcurve.h"
 #include "qcombotablesupportitem.h"
@@ -12,6 +13,7 @@
 #include <qwt_plot_curve.h>
 
 #include <QColorDialog>
+#include <QFileDialog>
 #include <QHeaderView>
 #include <QMenu>
 #include <QtTest>
@@ -495,6 +497,164 @@ private slots:
         QCOMPARE(scalingCells(table, 1), closes ? shown : before);
         QCOMPARE(scalingCells(table, 0), otherRow);
         QCOMPARE(QLocale().decimalPoint(), QChar(',')); // the C locale only for the moment of conversion
+    }
+
+    // The Signal cell, typed in one text after the other into a row with its
+    // own Pos, DataType, Mask and Int/Mot: a good layout stands in its own
+    // form and locks them, also when a run ends; a bad text falls back to the
+    // last good one; an empty cell gives the row back to them.
+    void signalCell_data()
+    {
+        QTest::addColumn<QStringList>("typed");
+        QTest::addColumn<QString>("cell");
+        QTest::newRow("blanks") << QStringList{" 24 | 9 @ 0 - "} << "24|9@0-";
+        QTest::newRow("float") << QStringList{"0|32@1-f"} << "0|32@1-f";
+        QTest::newRow("switch with its sign") << QStringList{"8|16@1+ m3 0|8@1+"} << "8|16@1+ m3 0|8@1";
+        QTest::newRow("bad after good") << QStringList{"24|9@0-", "60|8@1+"} << "24|9@0-";
+        QTest::newRow("beyond the frame") << QStringList{"60|8@1+"} << "";
+        QTest::newRow("switch missing") << QStringList{"8|16@1+ m3"} << "";
+        QTest::newRow("switch value too big") << QStringList{"8|16@1+ m256 0|8@1"} << "";
+        QTest::newRow("float of 16 bits") << QStringList{"0|16@1-f"} << "";
+        QTest::newRow("emptied") << QStringList{"24|9@0-", ""} << "";
+    }
+
+    void signalCell()
+    {
+        QFETCH(QStringList, typed);
+        QFETCH(QString, cell);
+        const auto window = namedRows(2);
+        Config* table = window->tableConfig();
+        for (const int col : {Config::ColPos, Config::ColDataType, Config::ColIntMot})
+            table->comboSave(1, col)->comboBox->setCurrentIndex(1);
+        table->setMaskText(1, QStringLiteral("0x0F"));
+        const QStringList scaling = scalingCells(table, 1);
+        for (const QString& text : typed) {
+            table->setSignalText(1, text);
+            if (text == typed.first() && !table->signalText(1).isEmpty())
+                table->setValueTableCell(1, QStringLiteral("2:Drive")); // goes with the layout
+        }
+        // The byte-level cells, then 1 for each open box, then the Mask cell's editable and enabled flags.
+        const auto byteLevel = [table](int row) {
+            QString text = QStringList{table->positionText(row), table->cellText(row, Config::ColDataType),
+                                       table->maskText(row), table->cellText(row, Config::ColIntMot), ""}
+                               .join(' ');
+            for (const int col : {Config::ColPos, Config::ColDataType, Config::ColIntMot})
+                text += QString::number(table->cellWidget(row, col)->isEnabled());
+            return text + QString::number(table->item(row, Config::ColMask)->flags() &
+                                          (Qt::ItemIsEditable | Qt::ItemIsEnabled));
+        };
+        const QString row1 = cell.isEmpty() ? "##2 Unsigned8 0x0F Motorola 11134"
+                                            : cell + "#2:Drive#2 Unsigned8 0x0F Motorola 0000";
+        QCOMPARE(table->signalText(1) + '#' + table->valueTableCell(1) + '#' + byteLevel(1), row1);
+        for (int col = 0; col < Config::ColumnCount; ++col) {
+            table->setColumnLocked(col, true);
+            table->setColumnLocked(col, false);
+        }
+        QCOMPARE(byteLevel(1), row1.section('#', 2));
+        QCOMPARE(byteLevel(0), QStringLiteral("1 Integer8 0xFF Intel 11134"));
+        // Another axis refits a row's data type, never a signal's scaling.
+        table->comboSave(1, Config::ColAxis)->comboBox->setCurrentIndex(1);
+        QCOMPARE(scalingCells(table, 1) == scaling, !cell.isEmpty());
+    }
+
+    // "Add Signals from DBC...": the file dialog, one message for a file's
+    // errors, the filter as typed, signals chosen under two filters, and the
+    // rows they become below the current row, on the bit rate of a row of
+    // their net.
+    void dbcSignals_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("errors");
+        QTest::addColumn<QStringList>("picks"); // "filter>signals shown>chosen"
+        QTest::addColumn<QStringList>(
+            "rows"); // net 29-bit name baud id layout scale offset unit ranges names
+        QTest::newRow("civic") << VISTREL_SHARED_LOGS_DIR "/honda_civic_hatchback_ex_2017_can.dbc"
+                               << ""
+                               << QStringList{"0x158 SPEED>XMISSION_SPEED XMISSION_SPEED2>XMISSION_SPEED",
+                                              "wipe>WIPER_SWITCH WIPERS>WIPERS"}
+                               << QStringList{
+                                      "4|0|XMISSION_SPEED|500.0|344|7|16@0+|0.01|0|kph|0|25000|0|250|",
+                                      "4|0|WIPERS|500.0|891|17|2@0+|1|0||0|3|0|3|0:Off;2:Low;4:High"};
+        // A 29-bit message with a switch, a comment to find, a signal without
+        // range and with a negative factor, names with separators in them.
+        QFile file(TestSupport::temporaryPath("signals.dbc"));
+        QVERIFY(
+            file.open(QIODevice::WriteOnly) &&
+            file.write(
+                "VERSION \"\"\n\nBO_ 2566844672 ENGINE_X: 8 ECU\n SG_ Mode M : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                " SG_ Gear m3 : 8|8@1+ (1,0) [0|7] \"\" X\n"
+                " SG_ Trim m3 : 24|9@0- (-0.02,0) [0|0] \"deg\" X\nBO_ 100 broken line\n"
+                "CM_ SG_ 2566844672 Trim \"trim tab angle\";\n"
+                "VAL_ 2566844672 Gear 0 \"Park\" 2 \"Drive;fast\" 3 \"a:b\" ;\n") > 0);
+        QTest::newRow("errors, multiplexed, 29 bits")
+            << file.fileName()
+            << "Errors in DBC file " + file.fileName() +
+                   ":\nline 7: Malformed message: expected BO_ id name: length transmitter"
+            << QStringList{"TAB>Trim>Trim", "0x18fef100 a>Gear Trim>Gear"}
+            << QStringList{
+                   "4|1|Gear|500.0|419361024|8|8@1+ m3 0|8@1|1|0||0|7|0|7|0:Park;2:Drive\\;fast;3:a\\:b",
+                   "4|1|Trim|500.0|419361024|24|9@0- m3 0|8@1|-0.02|0|deg|255|-256|-5.100000000000001|5.12|"};
+    }
+
+    void dbcSignals()
+    {
+        QFETCH(QString, file);
+        QFETCH(QString, errors);
+        QFETCH(QStringList, picks);
+        QFETCH(QStringList, rows);
+        if (!QFile::exists(file))
+            QSKIP("no shared DBC file");
+        const auto window = namedRows(2);
+        Config* table = window->tableConfig();
+        // Row 0 stands on the signals' net (net 4, entry 2) at 500 kBd.
+        table->setNetIndex(0, 2);
+        table->comboSave(0, Config::ColBaud)->comboBox->setCurrentIndex(2);
+        table->setCurrentCell(0, Config::ColName);
+        QStringList seen;
+        const ModalAnswerer answer(
+            [&](QWidget* widget) {
+                if (auto* box = qobject_cast<QMessageBox*>(widget))
+                    box->button(QMessageBox::Ok)->click();
+                else if (auto* files = qobject_cast<QFileDialog*>(widget))
+                    TestSupport::answerFileDialog(files, 0, file, &seen);
+                auto* dialog = qobject_cast<MDialogDbcSignals*>(widget);
+                for (const QString& pick : dialog ? picks : QStringList()) {
+                    dialog->lineEditFilter->clear();
+                    QTest::keyClicks(dialog->lineEditFilter, pick.section('>', 0, 0));
+                    QStringList names;
+                    for (int i = 0; i < dialog->treeWidgetSignals->topLevelItemCount(); ++i) {
+                        QTreeWidgetItem* item = dialog->treeWidgetSignals->topLevelItem(i);
+                        names << (item->isHidden() ? QString() : item->text(2));
+                        item->setSelected(item->isSelected() ||
+                                          (!item->isHidden() && pick.section('>', 2) == item->text(2)));
+                    }
+                    seen << pick.section('>', 0, 0) + '>' + names.join(' ').simplified() + '>' +
+                                pick.section('>', 2);
+                }
+                if (dialog) {
+                    seen << dialog->labelChosen->text();
+                    dialog->comboBoxNet->setCurrentIndex(2);
+                    dialog->buttonBox->button(QDialogButtonBox::Ok)->click();
+                }
+            },
+            3);
+        GuiSupport::child<QAction>(window.get(), "projectAddDbcSignalsAction")->trigger();
+        QCOMPARE(seen, QStringList({"Add Signals from DBC", "DBC files (*.dbc);All files (*)", "0"}) + picks +
+                           QStringList{"2 signals chosen"});
+        QCOMPARE(answer.texts(), errors.isEmpty() ? QStringList() : QStringList{errors});
+        for (int row = 1; row <= 2; ++row) {
+            QString cells = QString("%1|%2").arg(table->netNumber(row)).arg(table->is29Bit(row));
+            for (const int col :
+                 {Config::ColName, Config::ColBaud, Config::ColId, Config::ColSignal, Config::ColScale,
+                  Config::ColOffset, Config::ColUnit, Config::ColRawValueMin, Config::ColRawValueMax,
+                  Config::ColValueMin, Config::ColValueMax, Config::ColValueTable})
+                cells += '|' + table->cellText(row, col);
+            QCOMPARE(cells, rows[row - 1]);
+        }
+        // Below the current row, each with its curve; the last is current.
+        QCOMPARE(curvesShown(*window),
+                 (QStringList{"c0", rows[0].section('|', 2, 2), rows[1].section('|', 2, 2), "c1", "0"}));
+        QCOMPARE(table->currentRow(), 2);
     }
 
     // The ways into the dialog. A double click or F2 must follow a plain left click; not in a run.
