@@ -4,6 +4,7 @@
 #include "commandline.h"
 #include "curvelock.h"
 #include "curveset.h"
+#include "damagereport.h"
 #include "dataplot.h"
 #include "ifprompt.h"
 #include "operatingmode.h"
@@ -42,6 +43,43 @@ uint32_t frameKey(TablePlotConfig& config, int row)
     return key;
 }
 
+// Attributes of a curve element that its row could not take as they stand:
+// a number that doesn't read, an index that its list lacks ("axis" above 1
+// reads as 0), an Id, Mask or Pos that the edit rules replaced. An absent or
+// empty attribute reads as empty text, as the format allows. `held` is the
+// row as it would be written now.
+void noteRepairedAttributes(DamageReport& report, TablePlotConfig& config, TablePlotDescription& description,
+                            int row, const ProjectGraph& file, const ProjectGraph& held)
+{
+    enum Kind { Text, Number, Index };
+    const std::pair<QString, Kind> checked[] = {
+        {config.columnInfo(TablePlotConfig::ColNet).key, Number},
+        {config.columnInfo(TablePlotConfig::ColBaud).key, Index},
+        {config.columnInfo(TablePlotConfig::ColId).key, Text},
+        {config.columnInfo(TablePlotConfig::Col29Bit).key, Number},
+        {config.columnInfo(TablePlotConfig::ColPos).key, Index},
+        {config.columnInfo(TablePlotConfig::ColDataType).key, Index},
+        {config.columnInfo(TablePlotConfig::ColMask).key, Text},
+        {config.columnInfo(TablePlotConfig::ColIntMot).key, Index},
+        {config.columnInfo(TablePlotConfig::ColAxis).key, Index},
+        {description.columnInfo(TablePlotDescription::ColEnable).key, Number},
+        {description.columnInfo(TablePlotDescription::ColStyle).key, Index}};
+    for (const auto& [key, kind] : checked) {
+        const QString text = file.text(key);
+        if (text.isEmpty())
+            continue;
+        bool read = false;
+        bool taken = false;
+        const int number = text.toInt(&read, 10);
+        const int now = held.text(key).toInt(&taken, 10);
+        const bool repaired = kind == Text     ? held.text(key) != text
+                              : kind == Number ? !read
+                                               : !read || !taken || now != number;
+        if (repaired)
+            report.addRepairedValue(row, key, text, held.text(key));
+    }
+}
+
 } // namespace
 
 DocumentController::DocumentController(const Parts& parts, const QVector<ValueAxisSettings*>& axisSettings,
@@ -52,13 +90,24 @@ DocumentController::DocumentController(const Parts& parts, const QVector<ValueAx
 void DocumentController::setProjectFileName(const QString& name)
 {
     m_projectFileName = name;
+    m_projectDamage.clear();
     emit signalFileNamesChanged();
 }
 
 void DocumentController::setDataFileName(const QString& name)
 {
     m_dataFileName = name;
+    m_dataDamage.clear();
     emit signalFileNamesChanged();
+}
+
+void DocumentController::reportDamage(QString& kept, const QString& report)
+{
+    if (report.isEmpty())
+        return;
+    kept = report;
+    emit signalFileNamesChanged();
+    prompt.showError(report);
 }
 
 void DocumentController::placeMarkers()
@@ -146,6 +195,9 @@ void DocumentController::readProjectFile(const QString& fileName)
 
     TablePlotConfig* config = parts.config;
     TablePlotDescription* description = parts.description;
+    DamageReport report;
+    for (const ProjectRepair& repair : result.repairs)
+        report.add(repair);
     for (const ProjectElement& element : result.elements) {
         if (element.kind == ProjectElement::Axis) {
             *axisSettings[element.axisIndex] = element.axis;
@@ -166,6 +218,8 @@ void DocumentController::readProjectFile(const QString& fileName)
         description->setCurveEnabled(
             row, graph.number(description->columnInfo(TablePlotDescription::ColEnable).key) != 0);
         parts.curves->createCurve(row);
+        noteRepairedAttributes(report, *config, *description, row, graph,
+                               graphOfRow(*config, *description, row));
     }
 
     emit signalAxisSettingsChanged();
@@ -173,6 +227,10 @@ void DocumentController::readProjectFile(const QString& fileName)
     setDataFileName(QString());
     // The mode stays ModeNone from the reset: the curves hold no data yet.
     emit signalActionsChanged();
+    reportDamage(
+        m_projectDamage,
+        report.text(
+            tr("The project file %1 was repaired on reading; what it holds was loaded:").arg(fileName)));
 }
 
 // The data file: a recording with its configuration. The reader rebuilds
@@ -309,6 +367,12 @@ void DocumentController::readDataFile(const QString& fileName)
     config->setColumnLocked(TablePlotConfig::ColNet, true);
     config->setColumnLocked(TablePlotConfig::ColBaud, true);
     emit signalActionsChanged();
+
+    DamageReport report;
+    for (const DataFileDamage& damage : reader.damages())
+        report.add(damage);
+    reportDamage(m_dataDamage,
+                 report.text(tr("The data file %1 is damaged; what it holds was loaded:").arg(fileName)));
 }
 
 // The import: the log of a CAN recorder becomes the points of the curves

@@ -24,7 +24,8 @@ struct ProgramOptions;
 // a codec of files/ to the tables, the curves and the record's times in
 // the order of operations the files need; further kinds (opening a log as
 // a recording, export) take their place beside them. The user is asked only
-// through the prompt.
+// through the prompt. A file that was loaded although damaged is reported
+// once, and the report stays as the tooltip of its name in the status bar.
 class DocumentController : public QObject
 {
     Q_OBJECT
@@ -48,6 +49,10 @@ public:
     const QString& dataFileName() const { return m_dataFileName; }
     void setProjectFileName(const QString& name);
     void setDataFileName(const QString& name);
+    // What the current file lacked or what was repaired in it, as reported;
+    // empty for a whole file. A new name clears it.
+    const QString& projectFileDamage() const { return m_projectDamage; }
+    const QString& dataFileDamage() const { return m_dataDamage; }
 
     // Asks first when rows exist; false when the user refuses, and then
     // nothing has changed.
@@ -85,6 +90,8 @@ private:
     void offerPlotSize(uint32_t filePlotSize);
     // The markers at 40 % and 60 % of a new view.
     void placeMarkers();
+    // Keeps a report for the tooltip and shows it; nothing for an empty one.
+    void reportDamage(QString& kept, const QString& report);
 
     const Parts parts;
     const QVector<ValueAxisSettings*>& axisSettings;
@@ -92,6 +99,8 @@ private:
     IFPrompt& prompt;
     QString m_projectFileName;
     QString m_dataFileName;
+    QString m_projectDamage;
+    QString m_dataDamage;
 };
 
 #endif // DOCUMENTCONTROLLER_H

@@ -42,6 +42,7 @@
 #include <QUrl>
 
 #include <cmath>
+#include <tuple>
 
 namespace {
 
@@ -412,12 +413,15 @@ const QString& VistrelMainWindow::currentDataFileName() const
 
 void VistrelMainWindow::slotFileNamesChanged()
 {
-    const std::pair<QLabel*, QString> labels[] = {
-        {statusBarForm->textLabelProjectFile, QStringLiteral("Prj: ") + documents->projectFileName()},
-        {statusBarForm->textLabelDataFile, QStringLiteral("Data: ") + documents->dataFileName()}};
-    for (const auto& [label, text] : labels) {
+    // A file that was loaded although damaged shows the report instead.
+    const std::tuple<QLabel*, QString, QString> labels[] = {
+        {statusBarForm->textLabelProjectFile, QStringLiteral("Prj: ") + documents->projectFileName(),
+         documents->projectFileDamage()},
+        {statusBarForm->textLabelDataFile, QStringLiteral("Data: ") + documents->dataFileName(),
+         documents->dataFileDamage()}};
+    for (const auto& [label, text, damage] : labels) {
         label->setText(text);
-        label->setToolTip(text);
+        label->setToolTip(damage.isEmpty() ? text : damage);
     }
     updateActions();
 }

@@ -487,6 +487,14 @@ void TestFileIo::messages_data()
     QTest::newRow("data: oldest, Yes")
         << "readData d.vtldat" << bigDataFile(0) << yes << QStringList{config, reset, size.arg(6000)}
         << loaded.arg(6000) + "-100,100,10,1,1 0,100,10,0,0";
+    // Loaded as far as the file goes, then told, the report staying as the
+    // tooltip of the name.
+    QTest::newRow("data: cut in the y array")
+        << "readData d.vtldat" << bigDataFile(5000).left(96 + 1096 + 48000 + 100) << yes
+        << QStringList{config, reset,
+                       "The data file %1 is damaged; what it holds was loaded:\n"
+                       "Curve 1: 12 of 6,000 points; file ends early"}
+        << loaded.arg(5000) + "0,0,0,0,0 0,0,0,0,0";
     QTest::newRow("data: cannot be read")
         << "readData absent.vtldat" << QByteArray() << yes << QStringList{"Cannot read file %1"} << kept;
     QTest::newRow("data: header size 7")
@@ -502,6 +510,21 @@ void TestFileIo::messages_data()
     QTest::newRow("project: does not parse") << "readProject p.vtlprj" << QByteArray("<Vistrel>") << yes
                                              << QStringList{reset, "Cannot parse xml-file %1"}
                                              << "rows= curves=0 prj= dat= mode= " + defaultSizeAndAxes;
+    // A curve element without attributes, an axis value and four of a curve's
+    // that can't be taken as they stand; at most five lines are listed.
+    QTest::newRow("project: broken elements")
+        << "readProject p.vtlprj"
+        << QByteArray(R"(<Vistrel><Graph0 name="a" id="0x20000000" datatype="x" pos="9" axis="3" unit="u"/>)"
+                      R"(<Graph1/><CustomAxis Min="low" Max="5" Step="1" Show="1" Grid="1"/></Vistrel>)")
+        << yes
+        << QStringList{reset, "The project file %1 was repaired on reading; what it holds was loaded:\n"
+                              "Graph1: no attributes; skipped\n"
+                              "CustomAxis: \"Min\" is \"low\", read as 0\n"
+                              "Curve 1: \"id\" is \"0x20000000\", read as \"0\"\n"
+                              "Curve 1: \"pos\" is \"9\", read as \"\"\n"
+                              "Curve 1: \"datatype\" is \"x\", read as \"0\"\n"
+                              "and 1 more"}
+        << "rows=a curves=1 prj=p.vtlprj dat= mode= size=5000 axes=0,5,1,1,1 0,100,10,0,0";
     QTest::newRow("project: write fails")
         << "writeProject no/p.vtlprj" << QByteArray() << yes << QStringList{"Cannot write file %1"}
         << QString(kept).replace("kept", "p");
@@ -553,6 +576,10 @@ void TestFileIo::messages()
     for (int i = 0; i < kinds.size(); ++i)
         QCOMPARE(kinds[i], texts[i].endsWith('?') ? "Warning!" : "Critical Error");
     QCOMPARE(::state(*w), state);
+    const QString report = texts.isEmpty() || !texts.last().contains("was loaded:") ? "" : texts.last();
+    QLabel* label = action.startsWith("readProject") ? w->statusBarLabels()->textLabelProjectFile
+                                                     : w->statusBarLabels()->textLabelDataFile;
+    QCOMPARE(label->toolTip(), report.isEmpty() ? label->text() : report);
 }
 
 // The file dialogs: title and filter, the extension appended (compared
