@@ -164,8 +164,9 @@ void VistrelMainWindow::createControllers()
     run = new RunController({pushButtonStartStop, pushButtonPause, scrollBarTime},
                             {m_tableConfig, m_tableDescription, m_plot, curveSet, timeBase}, m_nets,
                             m_axisSettings, options, *prompt, this);
-    documents = new DocumentController({m_tableConfig, m_tableDescription, m_plot, curveSet, run, timeBase},
-                                       m_axisSettings, settings->options(), *prompt, this);
+    documents =
+        new DocumentController({m_tableConfig, m_tableDescription, m_plot, curveSet, run, timeBase, &m_nets},
+                               m_axisSettings, settings->options(), *prompt, this);
 }
 
 void VistrelMainWindow::dressSplitterHandle()
@@ -368,6 +369,7 @@ void VistrelMainWindow::updateActions()
     dataSave_AsAction->setEnabled(!timerActive && hasRows);
     dataSaveAction->setEnabled(!timerActive && hasDataName);
     dataImportAction->setEnabled(!timerActive && hasRows);
+    dataOpenLogAction->setEnabled(!timerActive && hasRows);
 }
 
 bool VistrelMainWindow::resetProject()
@@ -526,6 +528,16 @@ void VistrelMainWindow::dataLoad()
 void VistrelMainWindow::dataImport()
 {
     documents->dataImport();
+}
+
+void VistrelMainWindow::dataOpenLog()
+{
+    documents->dataOpenLog();
+}
+
+void VistrelMainWindow::openCanLog(const QString& fileName)
+{
+    documents->openCanLog(fileName);
 }
 
 void VistrelMainWindow::projectAddCurve()
