@@ -718,7 +718,10 @@ void TestFileIo::messages()
     const ModalAnswerer boxes(
         [&](QWidget* widget) {
             // A question has Yes as its default and No as its escape button.
+            // The progress of an import may be seen on its way.
             auto* box = qobject_cast<QMessageBox*>(widget);
+            if (!box)
+                return;
             const bool question = box->defaultButton() == box->button(QMessageBox::Yes) &&
                                   box->escapeButton() == box->button(QMessageBox::No);
             kinds << (question                                    ? "Warning!"
@@ -727,7 +730,7 @@ void TestFileIo::messages()
             box->button(question ? QMessageBox::StandardButton(answers.takeFirst()) : QMessageBox::Ok)
                 ->click();
         },
-        5);
+        6);
     const QMap<QString, void (VistrelMainWindow::*)(const QString&)> actions{
         {"readData", &VistrelMainWindow::readDataFile},
         {"writeData", &VistrelMainWindow::writeDataFile},
