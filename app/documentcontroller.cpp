@@ -4,8 +4,11 @@
 #include "commandline.h"
 #include "curvelock.h"
 #include "curveset.h"
+#include "damagereport.h"
 #include "dataplot.h"
 #include "ifprompt.h"
+#include "logframes.h"
+#include "netlist.h"
 #include "operatingmode.h"
 #include "plotcurve.h"
 #include "programoptions.h"
@@ -18,6 +21,7 @@
 
 #include <qwt_plot_curve.h>
 
+#include <QDateTime>
 #include <QFile>
 
 #include <algorithm>
@@ -42,6 +46,70 @@ uint32_t frameKey(TablePlotConfig& config, int row)
     return key;
 }
 
+// Element 0, the live point, at the record's last time with the newest
+// value. The spare elements behind the n samples repeat the oldest point, so
+// that the markers' search over all elements finds nothing there.
+void showSamples(PlotCurve& curve, int n, double lastTime)
+{
+    double* const x = curve.xValues.get();
+    double* const y = curve.yValues.get();
+    const size_t elements = size_t(curve.maxPoints) + 1;
+    x[0] = lastTime;
+    y[0] = n > 0 ? y[1] : 0.0;
+    std::fill(x + n + 1, x + elements, x[n]);
+    std::fill(y + n + 1, y + elements, y[n]);
+    curve.plotItem->setRawSamples(x, y, n + 1);
+}
+
+// Attributes of a curve element that its row could not take as they stand:
+// a number that doesn't read, an index that its list lacks ("axis" above 1
+// reads as 0), an Id, Mask or Pos that the edit rules replaced. An absent or
+// empty attribute reads as empty text, as the format allows. `held` is the
+// row as it would be written now.
+void noteRepairedAttributes(DamageReport& report, TablePlotConfig& config, TablePlotDescription& description,
+                            int row, const ProjectGraph& file, const ProjectGraph& held)
+{
+    enum Kind { Text, Number, Index };
+    const std::pair<QString, Kind> checked[] = {
+        {config.columnInfo(TablePlotConfig::ColNet).key, Number},
+        {config.columnInfo(TablePlotConfig::ColBaud).key, Index},
+        {config.columnInfo(TablePlotConfig::ColId).key, Text},
+        {config.columnInfo(TablePlotConfig::Col29Bit).key, Number},
+        {config.columnInfo(TablePlotConfig::ColPos).key, Index},
+        {config.columnInfo(TablePlotConfig::ColDataType).key, Index},
+        {config.columnInfo(TablePlotConfig::ColMask).key, Text},
+        {config.columnInfo(TablePlotConfig::ColIntMot).key, Index},
+        {config.columnInfo(TablePlotConfig::ColAxis).key, Index},
+        {description.columnInfo(TablePlotDescription::ColEnable).key, Number},
+        {description.columnInfo(TablePlotDescription::ColStyle).key, Index}};
+    for (const auto& [key, kind] : checked) {
+        const QString text = file.text(key);
+        if (text.isEmpty())
+            continue;
+        bool read = false;
+        bool taken = false;
+        const int number = text.toInt(&read, 10);
+        const int now = held.text(key).toInt(&taken, 10);
+        const bool repaired = kind == Text     ? held.text(key) != text
+                              : kind == Number ? !read
+                                               : !read || !taken || now != number;
+        if (repaired)
+            report.addRepairedValue(row, key, text, held.text(key));
+    }
+}
+
+// A log's time on the window's clock: the day of the year and the time of
+// day. The reader counts a start that a header states from the epoch as if
+// it were UTC, so that time of day is the one written; candump's times are
+// the epoch's own and are shown in local time.
+double windowClockTime(int64_t ns, bool headerTime)
+{
+    constexpr int64_t perSecond = 1000000000;
+    const int64_t seconds = ns / perSecond - (ns % perSecond < 0 ? 1 : 0);
+    const QDateTime time = QDateTime::fromSecsSinceEpoch(seconds, headerTime ? Qt::UTC : Qt::LocalTime);
+    return wallClockSecondsAt(time.date(), time.time()) + double(ns - seconds * perSecond) / perSecond;
+}
+
 } // namespace
 
 DocumentController::DocumentController(const Parts& parts, const QVector<ValueAxisSettings*>& axisSettings,
@@ -52,13 +120,24 @@ DocumentController::DocumentController(const Parts& parts, const QVector<ValueAx
 void DocumentController::setProjectFileName(const QString& name)
 {
     m_projectFileName = name;
+    m_projectDamage.clear();
     emit signalFileNamesChanged();
 }
 
 void DocumentController::setDataFileName(const QString& name)
 {
     m_dataFileName = name;
+    m_dataDamage.clear();
     emit signalFileNamesChanged();
+}
+
+void DocumentController::reportDamage(QString& kept, const QString& report)
+{
+    if (report.isEmpty())
+        return;
+    kept = report;
+    emit signalFileNamesChanged();
+    prompt.showError(report);
 }
 
 void DocumentController::placeMarkers()
@@ -146,6 +225,9 @@ void DocumentController::readProjectFile(const QString& fileName)
 
     TablePlotConfig* config = parts.config;
     TablePlotDescription* description = parts.description;
+    DamageReport report;
+    for (const ProjectRepair& repair : result.repairs)
+        report.add(repair);
     for (const ProjectElement& element : result.elements) {
         if (element.kind == ProjectElement::Axis) {
             *axisSettings[element.axisIndex] = element.axis;
@@ -166,6 +248,8 @@ void DocumentController::readProjectFile(const QString& fileName)
         description->setCurveEnabled(
             row, graph.number(description->columnInfo(TablePlotDescription::ColEnable).key) != 0);
         parts.curves->createCurve(row);
+        noteRepairedAttributes(report, *config, *description, row, graph,
+                               graphOfRow(*config, *description, row));
     }
 
     emit signalAxisSettingsChanged();
@@ -173,6 +257,10 @@ void DocumentController::readProjectFile(const QString& fileName)
     setDataFileName(QString());
     // The mode stays ModeNone from the reset: the curves hold no data yet.
     emit signalActionsChanged();
+    reportDamage(
+        m_projectDamage,
+        report.text(
+            tr("The project file %1 was repaired on reading; what it holds was loaded:").arg(fileName)));
 }
 
 // The data file: a recording with its configuration. The reader rebuilds
@@ -309,6 +397,12 @@ void DocumentController::readDataFile(const QString& fileName)
     config->setColumnLocked(TablePlotConfig::ColNet, true);
     config->setColumnLocked(TablePlotConfig::ColBaud, true);
     emit signalActionsChanged();
+
+    DamageReport report;
+    for (const DataFileDamage& damage : reader.damages())
+        report.add(damage);
+    reportDamage(m_dataDamage,
+                 report.text(tr("The data file %1 is damaged; what it holds was loaded:").arg(fileName)));
 }
 
 // The import: the log of a CAN recorder becomes the points of the curves
@@ -377,26 +471,187 @@ void DocumentController::importRecordedData(const QString& fileName)
             parts.plot->replot();
             return;
         }
-        const int n = samples;
-        x[0] = log.lastTime;
-        y[0] = n > 0 ? y[1] : 0.0;
-        // The spare elements behind the samples repeat the oldest point, so
-        // that the markers' search over all elements finds nothing there.
-        std::fill(x + n + 1, x + elements, x[n]);
-        std::fill(y + n + 1, y + elements, y[n]);
-        curve->plotItem->setRawSamples(x, y, n + 1);
+        showSamples(*curve, samples, log.lastTime);
         parts.description->setCount(
             row, QString::asprintf("%lu", static_cast<unsigned long>(curve->pointCount())));
     }
 
-    parts.timeBase->setRunTime(log.lastTime);
+    file.close();
+    showLoggedRecord(fileName, log.lastTime);
+}
+
+void DocumentController::showLoggedRecord(const QString& fileName, double runTime)
+{
+    parts.timeBase->setRunTime(runTime);
     emit signalTimes(parts.run->timeOrigin(), parts.timeBase->runTime());
     parts.timeBase->showRecordEnd();
     placeMarkers();
-
-    file.close();
     setDataFileName(fileName);
     emit signalOperatingMode(ModeImport);
+}
+
+// Opening a CAN log of another tool: the log's frames become the points of
+// the rows' curves as a run would have captured them, each row taking the
+// frames of its net, id and 29-bit flag. What the user had stays until the
+// whole log has been read and converted: an abort or a refusal changes
+// nothing.
+
+std::optional<std::vector<int>> DocumentController::channelNets(const std::vector<std::string>& channels)
+{
+    // The nets of the rows, in the order of the rows.
+    std::vector<int> rowNets;
+    for (int row = 0; row < parts.config->rowCount(); ++row) {
+        const int net = parts.config->netNumber(row);
+        if (std::find(rowNets.begin(), rowNets.end(), net) == rowNets.end())
+            rowNets.push_back(net);
+    }
+    if (channels.size() == 1 && rowNets.size() == 1)
+        return rowNets;
+
+    // Channel i is offered the i-th net of the rows.
+    const QStringList entries = netListEntries(*parts.nets);
+    const auto entryOf = [&entries](int net) {
+        for (int entry = 0; entry < entries.size(); ++entry)
+            if (netNumberFromEntry(entries[entry]) == net)
+                return entry;
+        return -1;
+    };
+    QStringList names;
+    std::vector<int> proposal;
+    for (size_t channel = 0; channel < channels.size(); ++channel) {
+        names << QString::fromStdString(channels[channel]);
+        proposal.push_back(channel < rowNets.size() ? entryOf(rowNets[channel]) : -1);
+    }
+    std::optional<std::vector<int>> chosen = prompt.channelNets(names, entries, proposal);
+    if (chosen) {
+        chosen->resize(channels.size(), -1);
+        for (int& net : *chosen)
+            net = net >= 0 && net < entries.size() ? netNumberFromEntry(entries[net]) : -1;
+    }
+    return chosen;
+}
+
+bool DocumentController::readLogFrames(canlogs::LogReader& reader, LogFrameSieve& sieve,
+                                       std::vector<canlogs::Frame>& buffer)
+{
+    constexpr size_t batchFrames = 8192;
+    const ProgressScale scale = progressScale(int64_t(reader.fileSize()));
+    const auto progress = prompt.progress(tr("Read file ..."), tr("Abort!"), scale.steps + 1);
+    // Shown from the first look on, at most once per step of the scale.
+    for (int64_t shown = 0;; sieve.add(buffer.data(), reader.read(buffer.data(), batchFrames))) {
+        const int64_t step = int64_t(reader.bytesConsumed()) / scale.step;
+        if (step >= shown) {
+            if (!progress->showStep(int(step)))
+                return false;
+            shown = step + 1;
+        }
+        if (reader.atEnd())
+            return true;
+    }
+}
+
+QVector<QSharedPointer<PlotCurve>> DocumentController::curvesOfLog(const LogFrameSieve& sieve,
+                                                                   const std::vector<uint64_t>& keys)
+{
+    const int64_t originNs = sieve.firstTimeNs();
+    const double runTime = double(sieve.lastTimeNs() - originNs) / 1e9;
+    QVector<QSharedPointer<PlotCurve>> made;
+    const auto progress = prompt.progress(tr("Convert data ..."), tr("Abort!"), int(keys.size()));
+    for (int row = 0; row < int(keys.size()); ++row) {
+        if (!progress->showStep(row))
+            return {};
+        const std::vector<TessFrameT>& frames = sieve.framesOf(keys[size_t(row)]);
+        const QSharedPointer<PlotCurve> curve =
+            parts.curves->curveFromRow(row, unsigned(frames.size()) + 2, false);
+        if (options.antialiasing)
+            curve->setAntialiased(true);
+        // What a run stores, by the test of its capture, and decodes as its
+        // refresh does: the frames that hold the row's value (gathered first
+        // where some don't), at their time from the origin in nanoseconds.
+        const ValueLayout layout = curve->valueLayout();
+        const FrameFit fits(layout);
+        const TessFrameT* held = frames.data();
+        size_t n = frames.size();
+        if (!std::all_of(frames.begin(), frames.end(), fits)) {
+            held = curve->frameCopy.get();
+            n = size_t(std::copy_if(frames.begin(), frames.end(), curve->frameCopy.get(), fits) - held);
+        }
+        decodeFramesNewestFirst(layout, held, unsigned(n), uint64_t(originNs), 1000000000,
+                                curve->xValues.get() + 1, curve->yValues.get() + 1);
+        showSamples(*curve, int(n), runTime);
+        made << curve;
+    }
+    return made;
+}
+
+void DocumentController::openCanLog(const QString& fileName)
+{
+    TablePlotConfig* config = parts.config;
+    CurveSet& curves = *parts.curves;
+    if (config->rowCount() == 0)
+        return;
+
+    // A first look tells the channels, and whether this is a log at all,
+    // before anything is asked or read in full.
+    canlogs::LogReader reader(QFile::encodeName(fileName).toStdString());
+    std::vector<canlogs::Frame> buffer(65536);
+    const size_t looked = reader.read(buffer.data(), buffer.size());
+    if (looked == 0) {
+        const QString error = QFile::decodeName(reader.error().c_str());
+        prompt.showError(error.isEmpty() ? tr("Cannot find CAN frames in file %1").arg(fileName) : error);
+        return;
+    }
+    bool holdsPoints = false;
+    for (const QSharedPointer<PlotCurve>& curve : curves.curves())
+        holdsPoints = holdsPoints || (curve && curve->pointCount() > 1);
+    if (holdsPoints &&
+        !prompt.askYesNo(tr("The curves hold points. Replace them with the frames of the log?")))
+        return;
+    std::optional<std::vector<int>> nets = channelNets(reader.channelNames());
+    if (!nets)
+        return;
+
+    std::vector<uint64_t> keys;
+    for (int row = 0; row < config->rowCount(); ++row)
+        keys.push_back(LogFrameSieve::key(config->netNumber(row), frameKey(*config, row)));
+    LogFrameSieve sieve(keys);
+    sieve.mapChannels(std::move(*nets));
+    sieve.add(buffer.data(), looked);
+    if (!readLogFrames(reader, sieve, buffer))
+        return;
+    // The new curves take the place of the old ones once all are made.
+    const QVector<QSharedPointer<PlotCurve>> made = curvesOfLog(sieve, keys);
+    if (made.isEmpty()) {
+        parts.plot->replot();
+        return;
+    }
+    curves.clear();
+    for (int row = 0; row < made.size(); ++row) {
+        curves.append(made[row]);
+        parts.description->setCount(row, QString::number(made[row]->pointCount()));
+    }
+    parts.run->setTimeOrigin(
+        reader.hasAbsoluteTime()
+            ? windowClockTime(sieve.firstTimeNs(), reader.format() != canlogs::LogFormat::Candump)
+            : 0.0);
+    showLoggedRecord(fileName, double(sieve.lastTimeNs() - sieve.firstTimeNs()) / 1e9);
+
+    // Damage ends the log: what came before it is loaded. Channels that
+    // first appear after the question have no net.
+    const QString error = QFile::decodeName(reader.error().c_str());
+    DamageReport report;
+    if (!error.isEmpty())
+        report.add(
+            tr("%1 frames before it were loaded").arg(DamageReport::number(int64_t(sieve.frameCount()))));
+    const std::vector<uint64_t>& unmapped = sieve.unmappedFrames();
+    for (size_t channel = 0; channel < unmapped.size(); ++channel)
+        if (unmapped[channel] > 0)
+            report.add(tr("Channel %1 appeared after the channels were chosen; frames left out: %2")
+                           .arg(QString::fromStdString(reader.channelNames()[channel]),
+                                DamageReport::number(int64_t(unmapped[channel]))));
+    reportDamage(
+        m_dataDamage,
+        report.text(error.isEmpty() ? tr("Not all frames of %1 were loaded:").arg(fileName) : error));
 }
 
 void DocumentController::projectOpen()
@@ -441,6 +696,17 @@ void DocumentController::dataLoad()
     const QString name = prompt.openFileName(tr("Load Data"), QStringLiteral("*.vtldat"));
     if (!name.isEmpty())
         readDataFile(withDataExtension(name));
+}
+
+void DocumentController::dataOpenLog()
+{
+    // The format is told by the content, so any file may be chosen.
+    if (parts.config->rowCount() == 0)
+        return;
+    const QString name =
+        prompt.openFileName(tr("Open CAN Log"), tr("CAN logs (*.log *.asc *.trc *.blf);;All files (*)"));
+    if (!name.isEmpty())
+        openCanLog(name);
 }
 
 void DocumentController::dataImport()

@@ -2,8 +2,11 @@
 #define IFPROMPT_H
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
+#include <optional>
+#include <vector>
 
 class IFImportProgress;
 
@@ -28,6 +31,11 @@ public:
     // it ends when the returned object goes.
     virtual std::unique_ptr<IFImportProgress> progress(const QString& label, const QString& cancelText,
                                                        int maximum) = 0;
+    // Which net takes the frames of each channel of a log: for each channel
+    // an index into nets, or -1 for none, starting from the proposal.
+    // Nothing when the user cancels.
+    virtual std::optional<std::vector<int>> channelNets(const QStringList& channels, const QStringList& nets,
+                                                        const std::vector<int>& proposal) = 0;
 };
 
 #endif // IFPROMPT_H

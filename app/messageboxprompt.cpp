@@ -1,6 +1,7 @@
 #include "messageboxprompt.h"
 
 #include "canlog.h"
+#include "mdialogchannelnets.h"
 
 #include <QFileDialog>
 #include <QMessageBox>
@@ -73,4 +74,14 @@ std::unique_ptr<IFImportProgress> MessageBoxPrompt::progress(const QString& labe
                                                              int maximum)
 {
     return std::make_unique<ProgressDialog>(parent, label, cancelText, maximum);
+}
+
+std::optional<std::vector<int>> MessageBoxPrompt::channelNets(const QStringList& channels,
+                                                              const QStringList& nets,
+                                                              const std::vector<int>& proposal)
+{
+    MDialogChannelNets dialog(channels, nets, proposal, parent);
+    if (dialog.exec() != QDialog::Accepted)
+        return std::nullopt;
+    return dialog.choice();
 }

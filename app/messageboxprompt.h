@@ -18,6 +18,8 @@ public:
     QString saveFileName(const QString& title, const QString& filter) override;
     std::unique_ptr<IFImportProgress> progress(const QString& label, const QString& cancelText,
                                                int maximum) override;
+    std::optional<std::vector<int>> channelNets(const QStringList& channels, const QStringList& nets,
+                                                const std::vector<int>& proposal) override;
 
 private:
     QWidget* const parent;

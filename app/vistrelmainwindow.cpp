@@ -43,6 +43,7 @@
 #include <QUrl>
 
 #include <cmath>
+#include <tuple>
 
 namespace {
 
@@ -164,8 +165,9 @@ void VistrelMainWindow::createControllers()
     run = new RunController({pushButtonStartStop, pushButtonPause, scrollBarTime},
                             {m_tableConfig, m_tableDescription, m_plot, curveSet, timeBase}, m_nets,
                             m_axisSettings, options, *prompt, this);
-    documents = new DocumentController({m_tableConfig, m_tableDescription, m_plot, curveSet, run, timeBase},
-                                       m_axisSettings, settings->options(), *prompt, this);
+    documents =
+        new DocumentController({m_tableConfig, m_tableDescription, m_plot, curveSet, run, timeBase, &m_nets},
+                               m_axisSettings, settings->options(), *prompt, this);
     dbcSignals = new DbcSignalController(m_tableConfig, curveSet, *prompt, this, this);
 }
 
@@ -369,6 +371,7 @@ void VistrelMainWindow::updateActions()
     dataSave_AsAction->setEnabled(!timerActive && hasRows);
     dataSaveAction->setEnabled(!timerActive && hasDataName);
     dataImportAction->setEnabled(!timerActive && hasRows);
+    dataOpenLogAction->setEnabled(!timerActive && hasRows);
 }
 
 bool VistrelMainWindow::resetProject()
@@ -414,12 +417,15 @@ const QString& VistrelMainWindow::currentDataFileName() const
 
 void VistrelMainWindow::slotFileNamesChanged()
 {
-    const std::pair<QLabel*, QString> labels[] = {
-        {statusBarForm->textLabelProjectFile, QStringLiteral("Prj: ") + documents->projectFileName()},
-        {statusBarForm->textLabelDataFile, QStringLiteral("Data: ") + documents->dataFileName()}};
-    for (const auto& [label, text] : labels) {
+    // A file that was loaded although damaged shows the report instead.
+    const std::tuple<QLabel*, QString, QString> labels[] = {
+        {statusBarForm->textLabelProjectFile, QStringLiteral("Prj: ") + documents->projectFileName(),
+         documents->projectFileDamage()},
+        {statusBarForm->textLabelDataFile, QStringLiteral("Data: ") + documents->dataFileName(),
+         documents->dataFileDamage()}};
+    for (const auto& [label, text, damage] : labels) {
         label->setText(text);
-        label->setToolTip(text);
+        label->setToolTip(damage.isEmpty() ? text : damage);
     }
     updateActions();
 }
@@ -524,6 +530,16 @@ void VistrelMainWindow::dataLoad()
 void VistrelMainWindow::dataImport()
 {
     documents->dataImport();
+}
+
+void VistrelMainWindow::dataOpenLog()
+{
+    documents->dataOpenLog();
+}
+
+void VistrelMainWindow::openCanLog(const QString& fileName)
+{
+    documents->openCanLog(fileName);
 }
 
 void VistrelMainWindow::projectAddCurve()

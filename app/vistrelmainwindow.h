@@ -98,6 +98,7 @@ public:
     void writeDataFile(const QString& fileName);
     void readDataFile(const QString& fileName);
     void importRecordedData(const QString& fileName);
+    void openCanLog(const QString& fileName);
 
     // The value axes: the viewport dialog on the left or right axis's tab.
     void openAxisDialog(int tab);
@@ -118,6 +119,7 @@ public slots:
     void dataSaveAs();
     void dataLoad();
     void dataImport();
+    void dataOpenLog();
     void slotFormConfigOkClicked();
     void slotFormConfigCancelClicked();
     void slotFormConfigApplyClicked();

@@ -561,6 +561,9 @@ DataHeaderResult DataFileReader::readHeader()
         result.status = DataHeaderResult::WrongType;
         result.found = result.header.headerType;
     }
+    countedRecords = result.header.curveCount;
+    if (wasDamaged)
+        note(DataFileDamage::HeaderCut, std::min<qint64>(device.size(), size), size);
     return result;
 }
 
@@ -573,14 +576,20 @@ bool DataFileReader::readCurveRecord(DataCurveRecord& record)
         // another field.
         if (left > 0)
             wasDamaged = true;
+        // Reported once, however often the caller asks again.
+        if (records < countedRecords) {
+            note(DataFileDamage::RecordsMissing, records, countedRecords);
+            countedRecords = records;
+        }
         return false;
     }
     QByteArray bytes(DataCurveRecord::size, '\0');
     readOver(bytes, DataCurveRecord::size);
     record = decodeDataCurveRecord(bytes);
+    ++records;
     const qint64 count = std::max<qint64>(0, record.pointCount);
     if (record.pointCount < 0)
-        wasDamaged = true;
+        note(DataFileDamage::NegativeCount, 0, record.pointCount);
     expectArrays(count, count);
     return true;
 }
@@ -591,12 +600,13 @@ bool DataFileReader::readCurveRecordV1(DataCurveRecordV1& record)
     const qint64 left = bytesLeft();
     if (left < DataCurveRecordV1::size) {
         if (left > 0)
-            wasDamaged = true;
+            note(DataFileDamage::RecordCut, left, DataCurveRecordV1::size);
         return false;
     }
     QByteArray bytes(DataCurveRecordV1::size, '\0');
     readOver(bytes, DataCurveRecordV1::size);
     record = decodeDataCurveRecordV1(bytes);
+    ++records;
     // Both arrays are counted in the record size, rounded down to whole
     // pairs of doubles.
     const qint64 arrayBytes = qint64(record.recordSize) - DataCurveRecordV1::size;
@@ -617,8 +627,10 @@ void DataFileReader::expectArrays(qint64 arrayLength, qint64 wanted)
                              ? std::min(arrayLength, (left - arrayLength * bytesPerDouble) / bytesPerDouble)
                              : 0;
     const qint64 taken = std::min({wanted, xHeld, yHeld, qint64(INT_MAX)});
-    if (taken < wanted || 2 * arrayLength * bytesPerDouble > left)
-        wasDamaged = true;
+    // The end of the file is named first: it is the likelier cause of both.
+    const bool fileShort = 2 * arrayLength * bytesPerDouble > left;
+    if (taken < wanted || fileShort)
+        note(fileShort ? DataFileDamage::PointsCut : DataFileDamage::PointsClaimed, taken, wanted);
     pendingPoints = int(std::max<qint64>(0, taken));
     pendingArrayLength = arrayLength;
     arraysPending = true;
@@ -651,4 +663,13 @@ void DataFileReader::readPoints(double* x, double* y, int count)
 void DataFileReader::skipPendingArrays()
 {
     readPoints(nullptr, nullptr, 0);
+}
+
+void DataFileReader::note(DataFileDamage::Kind kind, qint64 held, qint64 wanted)
+{
+    wasDamaged = true;
+    // Of a record: the one read last; of records: the first one missing.
+    const bool ofRecord = kind != DataFileDamage::HeaderCut && kind != DataFileDamage::RecordCut &&
+                          kind != DataFileDamage::RecordsMissing;
+    found.append({kind, ofRecord ? records - 1 : records, held, wanted});
 }

@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QVector>
 
 #include <array>
 #include <cstdint>
@@ -183,6 +184,24 @@ struct DataHeaderResult
     bool hasAxes = false;
 };
 
+// One thing that a damaged data file lacked, in the order it was found.
+struct DataFileDamage
+{
+    enum Kind {
+        HeaderCut,      // held of wanted header bytes; the file ends early
+        RecordCut,      // an oldest-version record of held of wanted bytes; the file ends early
+        RecordsMissing, // held of wanted records that the header counts; the file ends early
+        PointsCut,      // held of wanted points; the file ends early
+        PointsClaimed,  // held of wanted points; the record's arrays hold fewer
+        NegativeCount   // a point count of `wanted`, read as 0
+    };
+
+    Kind kind = HeaderCut;
+    int record = 0; // counted from 0; for RecordsMissing the first one missing
+    qint64 held = 0;
+    qint64 wanted = 0;
+};
+
 // Reads a data file, step by step, so that the caller can build a row after
 // each record. The device is open for reading and has random access (a file
 // or a buffer). Nothing that the file says is trusted before it has been
@@ -218,6 +237,8 @@ public:
     // True once a record, an array or a count didn't match what the device
     // holds.
     bool damaged() const { return wasDamaged; }
+    // What was missing, for a report; the reading itself is not affected.
+    const QVector<DataFileDamage>& damages() const { return found; }
 
 private:
     qint64 bytesLeft() const;
@@ -229,12 +250,17 @@ private:
     void expectArrays(qint64 arrayLength, qint64 wanted);
     // Moves behind the arrays of the record read last, if not read yet.
     void skipPendingArrays();
+    void note(DataFileDamage::Kind kind, qint64 held, qint64 wanted);
 
     QIODevice& device;
     bool arraysPending = false;
     int pendingPoints = 0;
     qint64 pendingArrayLength = 0;
     bool wasDamaged = false;
+    // For the report: records read so far, and those the header counts.
+    int records = 0;
+    int32_t countedRecords = 0;
+    QVector<DataFileDamage> found;
 };
 
 #endif // DATAFILE_H

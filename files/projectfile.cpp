@@ -22,6 +22,21 @@ QString axisElementName(int index)
     return index == 0 ? axisPrefix : axisPrefix + QString::number(index);
 }
 
+// Axis values that are there but are no numbers: they read as 0.
+void noteUnreadableAxisValues(const QDomElement& element, QVector<ProjectRepair>& repairs)
+{
+    for (const QString& key : {minKey, maxKey, stepKey, showKey, gridKey}) {
+        const QString text = element.attribute(key);
+        bool ok = text.isEmpty();
+        if (!ok && (key == showKey || key == gridKey))
+            text.toInt(&ok, 10);
+        else if (!ok)
+            text.toDouble(&ok);
+        if (!ok)
+            repairs.append({element.tagName(), key, text});
+    }
+}
+
 ValueAxisSettings readAxis(const QDomElement& element)
 {
     ValueAxisSettings axis;
@@ -105,6 +120,8 @@ ProjectReadResult readProjectDocument(QIODevice* device)
     const QDomNodeList children = document.documentElement().childNodes();
     for (int position = 0; position < children.count(); ++position) {
         const QDomElement element = children.at(position).toElement();
+        if (!element.isNull() && !element.hasAttributes() && element.tagName().startsWith(graphPrefix))
+            result.repairs.append({element.tagName(), QString(), QString()});
         if (element.isNull() || !element.hasAttributes())
             continue;
         const QString name = element.tagName();
@@ -117,6 +134,7 @@ ProjectReadResult readProjectDocument(QIODevice* device)
             entry.kind = ProjectElement::Axis;
             entry.axisIndex = name == axisPrefix ? 0 : 1;
             entry.axis = readAxis(element);
+            noteUnreadableAxisValues(element, result.repairs);
         } else {
             continue;
         }

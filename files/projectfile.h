@@ -46,12 +46,23 @@ struct ProjectElement
     ValueAxisSettings axis; // Axis
 };
 
+// Something the reader skipped or read in place of what the file said.
+struct ProjectRepair
+{
+    QString element;   // the element's name
+    QString attribute; // empty: the element was skipped
+    QString text;      // the attribute's text in the file
+};
+
 struct ProjectReadResult
 {
     enum Status { Ok, OpenFailed, ParseFailed };
 
     Status status = Ok;
     QVector<ProjectElement> elements;
+    // Curve elements without attributes, and axis values that are no
+    // numbers (read as 0), in document order.
+    QVector<ProjectRepair> repairs;
 };
 
 // The time of writing as the root's "datetime" holds it.

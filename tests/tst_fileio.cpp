@@ -8,7 +8,9 @@
 #include "dataplot.h"
 #include "formstatusbar_resourcesreparent.h"
 #include "gui_support.h"
+#include "mdialogchannelnets.h"
 #include "mformconfig.h"
+#include "operatingmode.h"
 #include "plotcurve.h"
 #include "programoptions.h"
 #include "projectfile.h"
@@ -117,6 +119,8 @@ QString state(VistrelMainWindow& w)
 }
 
 const QString defaultSizeAndAxes = "size=5000 axes=-100,100,10,1,1 0,100,10,0,0";
+// The points of three curves before a log is opened.
+const QString unchangedPoints = "9 8 -1 -1 / 9 8 -1 -1 / 9 8 -1 -1";
 
 QVector<double> pointsOf(const PlotCurve& curve)
 {
@@ -250,6 +254,9 @@ private slots:
     void oldestDataFileCells();
     void importAborted_data();
     void importAborted();
+    void openCanLog_data();
+    void openCanLog();
+    void openCanLogFiles();
     void messages_data();
     void messages();
     void dialogs_data();
@@ -482,6 +489,163 @@ void TestFileIo::importAborted()
     QCOMPARE(p.documents.dataFileName(), QString());
 }
 
+// A two-channel candump log opened into rows on nets 0 and 1: each row
+// takes the frames of its net, id and 29-bit flag that hold its value (a
+// frame too short for it is no sample), FD frames of up to 8 bytes as
+// classic ones; times count from the first frame. Every curve holds the points 9,8|-1,-1 before, and keeps
+// them when the user says No, cancels or aborts, or when the file is no log.
+void TestFileIo::openCanLog_data()
+{
+    QTest::addColumn<QByteArray>("log");
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<QStringList>("asked"); // %1: the path
+    QTest::addColumn<QString>("points");    // per row: x then y, live point first
+
+    const QByteArray log = "(1600000000.000000) can0 100#0102\n"
+                           "(1600000000.250000) can1 100#0304\n"
+                           "(1600000000.500000) can0 00000100#0506\n"
+                           "(1600000000.750000) can0 100##1000102030405060708090A0B\n"
+                           "(1600000001.000000) can1 100#R\n"
+                           "(1600000001.250000) can1 100##0070809\n"
+                           "(1600000001.400000) can0 100#01\n"
+                           "(1600000001.500000) can0 100#0A0B\n";
+    const QString replace = "? The curves hold points. Replace them with the frames of the log?";
+    const QString channels = "channels can0,can1 of 0: A,1: B proposed 0,1";
+    QTest::newRow("proposed nets") << log << "" << QStringList{replace, channels}
+                                   << "1.5 1.5 0 2826 2826 513 / 1.5 1.25 0.25 7 7 3 / 1.5 0.5 6 6";
+    QTest::newRow("channels swapped") << log << "channels 1,0" << QStringList{replace, channels}
+                                      << "1.5 1.25 0.25 2055 2055 1027 / 1.5 1.5 1.4 0 10 10 1 1 / 1.5 0";
+    QTest::newRow("both channels on net 0")
+        << log << "channels 0,0" << QStringList{replace, channels}
+        << "1.5 1.5 1.25 0.25 0 2826 2826 2055 1027 513 / 1.5 0 / 1.5 0.5 6 6";
+    QTest::newRow("channels cancelled")
+        << log << "channels cancelled" << QStringList{replace, channels} << unchangedPoints;
+    QTest::newRow("No to replacing") << log << "no" << QStringList{replace} << unchangedPoints;
+    QTest::newRow("abort reading") << log << "abort Read file ..." << QStringList{replace, channels}
+                                   << unchangedPoints;
+    QTest::newRow("abort converting")
+        << log << "abort Convert data ..." << QStringList{replace, channels} << unchangedPoints;
+    // Cut behind the first look at the log, which frames of no row fill; a
+    // channel that comes after the look has no net.
+    QByteArray cut = log.left(log.indexOf("(1600000001.0") + 5);
+    cut.insert(log.indexOf("(1600000001.0"), QByteArray("(1600000000.750000) can0 7FF#\n").repeated(70000) +
+                                                 "(1600000000.750000) can2 100#01\n");
+    QTest::newRow("cut inside a time")
+        << cut << "channels 0,1"
+        << QStringList{replace, channels,
+                       "! %1, line 70006: unreadable time; expected a line such as (1436509052.249713) can0 "
+                       "123#DEADBEEF\n70,005 frames before it were loaded\n"
+                       "Channel can2 appeared after the channels were chosen; frames left out: 1"}
+        << "0.75 0 513 513 / 0.75 0.25 3 3 / 0.75 0.5 6 6";
+    QTest::newRow("no log") << QByteArray("hello\n") << ""
+                            << QStringList{"! %1, line 1: not a candump, ASC, TRC or BLF log"}
+                            << unchangedPoints;
+}
+
+void TestFileIo::openCanLog()
+{
+    QFETCH(QByteArray, log);
+    QFETCH(QString, script);
+    QFETCH(QStringList, asked);
+    QFETCH(QString, points);
+
+    TestSupport::useDriverConfig("net 0 virtual name=A\nnet 1 virtual name=B\n");
+    TestSupport::Parts p(true);
+    for (const QString row : {"0 0x100 0 2 1", "1 256 0 1 1", "0 0x100 1 1 2"}) { // net id 29-bit type pos
+        const QStringList cell = row.split(' ');
+        p.addRow();
+        const int r = p.config.currentRow();
+        p.config.setNetIndex(r, cell[0].toInt());
+        p.config.setIdText(r, cell[1]);
+        p.config.set29Bit(r, cell[2] == "1");
+        p.config.setDataType(r, cell[3].toInt());
+        p.config.setPosition(r, cell[4]);
+        p.config.setScaleText(r, "1");
+        p.config.setOffsetText(r, "0");
+        p.curves.eraseCurve(r);
+        p.curves.createCurve(r);
+        PlotCurve& curve = *p.curves.at(r);
+        curve.xValues[0] = 9, curve.xValues[1] = 8, curve.yValues[0] = curve.yValues[1] = -1;
+        curve.plotItem->setRawSamples(curve.xValues.get(), curve.yValues.get(), 2);
+    }
+    if (script == "no")
+        p.prompt.answers = {false};
+    else if (script == "channels cancelled")
+        p.prompt.channelAnswer.emplace();
+    else if (script.startsWith("channels "))
+        p.prompt.channelAnswer = std::vector<int>{script.at(9).digitValue(), script.at(11).digitValue()};
+    else if (script.startsWith("abort "))
+        p.prompt.keepGoing = [&script](const QString& label, int) { return label != script.mid(6); };
+    const double origin = p.run.timeOrigin();
+    QSignalSpy modes(&p.documents, &DocumentController::signalOperatingMode);
+    const QString path = writeFile("two.log", log);
+    p.documents.openCanLog(path);
+
+    QCOMPARE(p.prompt.asked, asked.replaceInStrings("%1", path));
+    const bool loaded = points != unchangedPoints;
+    QStringList shown;
+    for (int row = 0; row < 3; ++row) {
+        QStringList numbers;
+        for (const double v : pointsOf(*p.curves.at(row)))
+            numbers << QString::number(v);
+        shown << numbers.join(' ');
+        if (loaded)
+            QCOMPARE(p.description.text(row, TablePlotDescription::ColCount),
+                     QString::number(numbers.size() / 2));
+    }
+    QCOMPARE(shown.join(" / "), points);
+    // The time origin is the first frame's time of day (and day of the
+    // year), the run time its last; a damaged log's message stays as the
+    // tooltip of its name.
+    const QDateTime first = QDateTime::fromSecsSinceEpoch(1600000000);
+    QCOMPARE(p.run.timeOrigin(),
+             loaded ? first.date().dayOfYear() * 86400.0 + QTime(0, 0).secsTo(first.time()) : origin);
+    QCOMPARE(p.timeBase.runTime(), loaded ? p.curves.at(0)->xValues[0] : 0.0);
+    QCOMPARE(p.documents.dataFileName(), loaded ? path : QString());
+    QCOMPARE(p.documents.dataFileDamage(),
+             loaded && asked.last().startsWith("! ") ? asked.last().mid(2) : "");
+    QCOMPARE(modes.count() == 1 && modes[0][0] == ModeImport, loaded);
+}
+
+// A log whose header states its start has that time of day as written (read
+// as UTC) at its first frame. A real log: the row of 0x1D0 takes every frame
+// of that id, the newest first, at its time from the log's first frame;
+// counted with a plain scan.
+void TestFileIo::openCanLogFiles()
+{
+    TestSupport::Parts asc;
+    asc.addRow();
+    asc.documents.openCanLog(VISTREL_TEST_DATA_DIR "/canlogs/vector-dec.asc");
+    QCOMPARE(asc.run.timeOrigin(),
+             52 * 86400 + 13 * 3600 + 54 * 60 + 10 + 0.007735); // Mon Feb 21 01:54:10 PM
+
+    const QString path = VISTREL_SHARED_LOGS_DIR "/civic-turnonanddrive.log";
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        QSKIP("the shared logs are absent");
+    QList<QByteArray> lines = file.readAll().split('\n');
+    const auto micros = [](const QByteArray& line) { return line.mid(1, 17).replace('.', "").toLongLong(); };
+    const qint64 start = micros(lines[0]);
+    QList<QByteArray> ours;
+    for (const QByteArray& line : lines)
+        if (line.contains(" 1D0#"))
+            ours << line;
+
+    TestSupport::Parts p;
+    p.addRow();
+    p.config.setIdText(0, "0x1D0");
+    p.config.setDataType(0, 1);
+    p.config.setScaleText(0, "1");
+    p.config.setOffsetText(0, "0");
+    p.documents.openCanLog(path);
+    const PlotCurve& curve = *p.curves.at(0);
+    QCOMPARE(p.prompt.asked, QStringList());
+    QCOMPARE(curve.pointCount(), ours.size() + 1);
+    QCOMPARE(curve.xValues[1], (micros(ours.last()) - start) / 1e6);
+    QCOMPARE(curve.yValues[1], double(ours.last().split('#')[1].left(2).toInt(nullptr, 16)));
+    QCOMPARE(curve.xValues[size_t(ours.size())], (micros(ours.first()) - start) / 1e6);
+}
+
 // Questions and messages, answered in turn, and what stays after them. The
 // window starts with two rows and "kept.vtlprj".
 void TestFileIo::messages_data()
@@ -518,6 +682,14 @@ void TestFileIo::messages_data()
     QTest::newRow("data: oldest, Yes")
         << "readData d.vtldat" << bigDataFile(0) << yes << QStringList{config, reset, size.arg(6000)}
         << loaded.arg(6000) + "-100,100,10,1,1 0,100,10,0,0";
+    // Loaded as far as the file goes, then told, the report staying as the
+    // tooltip of the name.
+    QTest::newRow("data: cut in the y array")
+        << "readData d.vtldat" << bigDataFile(5000).left(96 + 1096 + 48000 + 100) << yes
+        << QStringList{config, reset,
+                       "The data file %1 is damaged; what it holds was loaded:\n"
+                       "Curve 1: 12 of 6,000 points; file ends early"}
+        << loaded.arg(5000) + "0,0,0,0,0 0,0,0,0,0";
     QTest::newRow("data: cannot be read")
         << "readData absent.vtldat" << QByteArray() << yes << QStringList{"Cannot read file %1"} << kept;
     QTest::newRow("data: header size 7")
@@ -533,6 +705,21 @@ void TestFileIo::messages_data()
     QTest::newRow("project: does not parse") << "readProject p.vtlprj" << QByteArray("<Vistrel>") << yes
                                              << QStringList{reset, "Cannot parse xml-file %1"}
                                              << "rows= curves=0 prj= dat= mode= " + defaultSizeAndAxes;
+    // A curve element without attributes, an axis value and four of a curve's
+    // that can't be taken as they stand; at most five lines are listed.
+    QTest::newRow("project: broken elements")
+        << "readProject p.vtlprj"
+        << QByteArray(R"(<Vistrel><Graph0 name="a" id="0x20000000" datatype="x" pos="9" axis="3" unit="u"/>)"
+                      R"(<Graph1/><CustomAxis Min="low" Max="5" Step="1" Show="1" Grid="1"/></Vistrel>)")
+        << yes
+        << QStringList{reset, "The project file %1 was repaired on reading; what it holds was loaded:\n"
+                              "Graph1: no attributes; skipped\n"
+                              "CustomAxis: \"Min\" is \"low\", read as 0\n"
+                              "Curve 1: \"id\" is \"0x20000000\", read as \"0\"\n"
+                              "Curve 1: \"pos\" is \"9\", read as \"\"\n"
+                              "Curve 1: \"datatype\" is \"x\", read as \"0\"\n"
+                              "and 1 more"}
+        << "rows=a curves=1 prj=p.vtlprj dat= mode= size=5000 axes=0,5,1,1,1 0,100,10,0,0";
     QTest::newRow("project: write fails")
         << "writeProject no/p.vtlprj" << QByteArray() << yes << QStringList{"Cannot write file %1"}
         << QString(kept).replace("kept", "p");
@@ -562,7 +749,10 @@ void TestFileIo::messages()
     const ModalAnswerer boxes(
         [&](QWidget* widget) {
             // A question has Yes as its default and No as its escape button.
+            // The progress of an import may be seen on its way.
             auto* box = qobject_cast<QMessageBox*>(widget);
+            if (!box)
+                return;
             const bool question = box->defaultButton() == box->button(QMessageBox::Yes) &&
                                   box->escapeButton() == box->button(QMessageBox::No);
             kinds << (question                                    ? "Warning!"
@@ -571,7 +761,7 @@ void TestFileIo::messages()
             box->button(question ? QMessageBox::StandardButton(answers.takeFirst()) : QMessageBox::Ok)
                 ->click();
         },
-        5);
+        6);
     const QMap<QString, void (VistrelMainWindow::*)(const QString&)> actions{
         {"readData", &VistrelMainWindow::readDataFile},
         {"writeData", &VistrelMainWindow::writeDataFile},
@@ -584,6 +774,10 @@ void TestFileIo::messages()
     for (int i = 0; i < kinds.size(); ++i)
         QCOMPARE(kinds[i], texts[i].endsWith('?') ? "Warning!" : "Critical Error");
     QCOMPARE(::state(*w), state);
+    const QString report = texts.isEmpty() || !texts.last().contains("was loaded:") ? "" : texts.last();
+    QLabel* label = action.startsWith("readProject") ? w->statusBarLabels()->textLabelProjectFile
+                                                     : w->statusBarLabels()->textLabelDataFile;
+    QCOMPARE(label->toolTip(), report.isEmpty() ? label->text() : report);
 }
 
 // The file dialogs: title and filter, the extension appended (compared
@@ -610,6 +804,9 @@ void TestFileIo::dialogs_data()
     add("dataImport", "log", logs, "log.txt");
     add("dataImport", "log.vbrlog", logs, "log.vbrlog");
     add("dataImport", "", logs, "");
+    const char* const canLogs = "Open CAN Log|CAN logs (*.log *.asc *.trc *.blf);All files (*)";
+    add("dataOpenLog", "two.log", canLogs, "two.log");
+    add("dataOpenLog", "", canLogs, "");
 }
 
 void TestFileIo::dialogs()
@@ -631,7 +828,8 @@ void TestFileIo::dialogs()
                                       {"p.vtlprj", project.data()},
                                       {"d.vtldat", bigDataFile(100)},
                                       {"log.vbrlog", record},
-                                      {"log.txt", logLines({"10:00:00 0 1 _ 1"})}}) {
+                                      {"log.txt", logLines({"10:00:00 0 1 _ 1"})},
+                                      {"two.log", "(1.0) can0 1#01\n(2.0) can1 1#02\n"}}) {
         QFile f(directory.filePath(file));
         QVERIFY(f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size());
     }
@@ -645,9 +843,15 @@ void TestFileIo::dialogs()
                                               &got);
             else if (auto* box = qobject_cast<QMessageBox*>(widget))
                 box->button(QMessageBox::Yes)->click();
+            else if (auto* channels = qobject_cast<MDialogChannelNets*>(widget))
+                channels->accept();
         },
         5);
-    QVERIFY(QMetaObject::invokeMethod(w.get(), slot.toLatin1()));
+    // By the action where its name follows the slot's, so that it must be enabled.
+    if (auto* action = w->findChild<QAction*>(slot + "Action"))
+        action->trigger();
+    else
+        QVERIFY(QMetaObject::invokeMethod(w.get(), slot.toLatin1()));
     QCOMPARE(got.mid(0, 2).join('|'), seen);
     const QString expected = name.isEmpty() ? name : directory.filePath(name);
     QCOMPARE(slot.startsWith("project") ? w->currentProjectFileName() : w->currentDataFileName(), expected);

@@ -25,13 +25,15 @@
 namespace TestSupport {
 
 // Records every question and error; answers questions from `answers` (Yes
-// when it is empty), file dialogs with `fileName`, and lets a progress go on
+// when it is empty), file dialogs with `fileName`, the channels of a log
+// with `channelAnswer` (the proposal when unset), and lets a progress go on
 // while keepGoing(step) is true.
 struct ScriptedPrompt : IFPrompt
 {
     QStringList asked;
     QList<bool> answers;
     QString fileName;
+    std::optional<std::optional<std::vector<int>>> channelAnswer;
     std::function<bool(const QString& label, int step)> keepGoing = [](const QString&, int) { return true; };
 
     bool askYesNo(const QString& text) override
@@ -54,6 +56,16 @@ struct ScriptedPrompt : IFPrompt
         step->prompt = this;
         step->label = label;
         return step;
+    }
+    std::optional<std::vector<int>> channelNets(const QStringList& channels, const QStringList& nets,
+                                                const std::vector<int>& proposal) override
+    {
+        QStringList proposed;
+        for (const int net : proposal)
+            proposed << QString::number(net);
+        asked << QString("channels %1 of %2 proposed %3")
+                     .arg(channels.join(','), nets.join(','), proposed.join(','));
+        return channelAnswer ? *channelAnswer : proposal;
     }
     QString fileFor(const QString& title)
     {
@@ -87,7 +99,7 @@ struct Parts
                       options,
                       prompt};
     DocumentController documents{
-        {&config, &description, &plot, &curves, &run, &timeBase}, axes, options, prompt};
+        {&config, &description, &plot, &curves, &run, &timeBase, &nets}, axes, options, prompt};
 
     // With the nets of the driver's configuration.
     explicit Parts(bool scanNets = false)
