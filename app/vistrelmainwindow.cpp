@@ -9,6 +9,7 @@
 #include "messageboxprompt.h"
 #include "mformabout.h"
 #include "operatingmode.h"
+#include "plotnavigator.h"
 #include "plotprint.h"
 #include "qlabelcompat.h"
 #include "runcontroller.h"
@@ -165,6 +166,7 @@ void VistrelMainWindow::createControllers()
                             m_axisSettings, options, *prompt, this);
     documents = new DocumentController({m_tableConfig, m_tableDescription, m_plot, curveSet, run, timeBase},
                                        m_axisSettings, settings->options(), *prompt, this);
+    navigator = new PlotNavigator(m_plot, m_axisSettings, this);
 }
 
 void VistrelMainWindow::dressSplitterHandle()
@@ -225,6 +227,8 @@ void VistrelMainWindow::connectSignals()
     connect(m_plot, &DataPlot::signalMarkerMoved, this, &VistrelMainWindow::slotMarkerMoved);
     connect(m_plot, &DataPlot::signalMarkerMoved, curveSet, &CurveSet::slotMarkerMoved);
     connect(m_plot, &DataPlot::signalZoomedToTimeBase, timeBase, &TimeBaseController::slotZoomedTo);
+    connect(navigator, &PlotNavigator::signalTimeViewChanged, timeBase, &TimeBaseController::slotViewZoomed);
+    connect(navigator, &PlotNavigator::signalRestoreTimeView, timeBase, &TimeBaseController::restoreView);
     connect(curveSet, &CurveSet::signalThreadErrorMessage, this, &VistrelMainWindow::slotCurveError);
     connect(curveSet, &CurveSet::signalCurveCreated, this, &VistrelMainWindow::slotCurveCreated);
     connect(curveSet, &CurveSet::signalCurveErased, this, &VistrelMainWindow::slotCurveErased);
@@ -321,6 +325,8 @@ void VistrelMainWindow::setOperatingMode(int mode)
         for (QPushButton* button : {pushButtonMarker1, pushButtonMarker2, pushButtonDMarker})
             button->setEnabled(on);
         m_plot->setMarkersMovable(on);
+        // Zoom and pan too, so the view is the run's while it follows it.
+        navigator->setEnabled(on);
     };
     switch (mode) {
     case ModeNone:

@@ -21,6 +21,7 @@ class IFPrompt;
 class MFormAbout;
 class MFormConfig;
 class PlotCurve;
+class PlotNavigator;
 class QMenu;
 class QTimer;
 class RunController;
@@ -174,6 +175,7 @@ private:
     TimeBaseController* timeBase = nullptr;
     RunController* run = nullptr;
     DocumentController* documents = nullptr;
+    PlotNavigator* navigator = nullptr;
 };
 
 #endif // VISTRELMAINWINDOW_H
