@@ -19,6 +19,7 @@
 #include "timebase.h"
 #include "timebasecontroller.h"
 #include "timestampedread.h"
+#include "trafficmonitor.h"
 
 #include <qwt_plot_marker.h>
 #include <qwt_scale_widget.h>
@@ -167,6 +168,9 @@ void VistrelMainWindow::createControllers()
     documents = new DocumentController({m_tableConfig, m_tableDescription, m_plot, curveSet, run, timeBase},
                                        m_axisSettings, settings->options(), *prompt, this);
     navigator = new PlotNavigator(m_plot, m_axisSettings, this);
+    traffic = new TrafficMonitor(m_nets, m_tableConfig, m_tableDescription, curveSet,
+                                 statusBarForm->textLabelTraffic, this);
+    m_tableConfig->setTrafficMeter(&traffic->meter());
 }
 
 void VistrelMainWindow::dressSplitterHandle()
@@ -200,6 +204,7 @@ void VistrelMainWindow::moveLabelsIntoStatusBar()
                            static_cast<QWidget*>(statusBarForm->textLabelDataFile),
                            static_cast<QWidget*>(statusBarForm->textLabelStartTime),
                            static_cast<QWidget*>(statusBarForm->textLabelRunTime),
+                           static_cast<QWidget*>(statusBarForm->textLabelTraffic),
                            static_cast<QWidget*>(statusBarForm->textLabelMode),
                            static_cast<QWidget*>(statusBarForm->textLabelModePicture)})
         bar->addPermanentWidget(label, 0);
@@ -240,6 +245,8 @@ void VistrelMainWindow::connectSignals()
     connect(run, &RunController::signalStartTime, this, &VistrelMainWindow::showStartTime);
     connect(run, &RunController::signalRunTime, this, &VistrelMainWindow::showRunTime);
     connect(run, &RunController::signalRunStateChanged, this, &VistrelMainWindow::updateActions);
+    connect(run, &RunController::signalRunStateChanged, traffic,
+            [this] { run->isRunning() ? traffic->start() : traffic->stop(); });
     connect(documents, &DocumentController::signalOperatingMode, this, &VistrelMainWindow::setOperatingMode);
     connect(documents, &DocumentController::signalTimes, this, &VistrelMainWindow::showTimes);
     connect(documents, &DocumentController::signalFileNamesChanged, this,

@@ -29,6 +29,7 @@ class SettingsController;
 class TablePlotConfig;
 class TablePlotDescription;
 class TimeBaseController;
+class TrafficMonitor;
 struct ProgramOptions;
 
 // The hub of the program: builds the form, the plot, the tables and the
@@ -176,6 +177,7 @@ private:
     RunController* run = nullptr;
     DocumentController* documents = nullptr;
     PlotNavigator* navigator = nullptr;
+    TrafficMonitor* traffic = nullptr;
 };
 
 #endif // VISTRELMAINWINDOW_H
