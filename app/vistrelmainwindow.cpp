@@ -6,6 +6,7 @@
 #include "formstatusbar_resourcesreparent.h"
 #include "manualpath.h"
 #include "mdialogcustomaxis.h"
+#include "mdialogexportimage.h"
 #include "messageboxprompt.h"
 #include "mformabout.h"
 #include "operatingmode.h"
@@ -732,6 +733,25 @@ void VistrelMainWindow::projectPrint()
     QPrintDialog dialog(&printer, nullptr);
     if (dialog.exec() == QDialog::Accepted)
         printPlot(m_plot, printer);
+}
+
+void VistrelMainWindow::projectExportImage()
+{
+    QString filter;
+    QString name = prompt->saveFileNameWithFilter(
+        tr("Export Image"), QStringLiteral("PNG image (*.png);;SVG image (*.svg)"), &filter);
+    if (name.isEmpty())
+        return;
+    // A name with either extension keeps it; others get the chosen filter's.
+    if (!name.endsWith(QLatin1String(".png")) && !name.endsWith(QLatin1String(".svg")))
+        name += filter.contains(QLatin1String("*.svg")) ? QLatin1String(".svg") : QLatin1String(".png");
+
+    MDialogExportImage dialog(m_plot->size(), this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    const QString failure = exportPlotImage(m_plot, name, dialog.imageSize(), dialog.colorMode());
+    if (!failure.isEmpty())
+        prompt->showError(tr("Cannot write the image %1:\n%2").arg(name, failure));
 }
 
 void VistrelMainWindow::projectExit()

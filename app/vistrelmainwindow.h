@@ -113,6 +113,8 @@ public slots:
     void projectCalculate();
     void projectOptions();
     void projectPrint();
+    // The plot as a PNG or SVG file, as printing would render it.
+    void projectExportImage();
     void projectExit();
     void dataSave();
     void dataSaveAs();

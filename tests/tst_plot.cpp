@@ -1,15 +1,15 @@
 // The plot view: the time axis (time base, scrolling, the view at Start and
 // during a run), the two markers with their cells and their dragging,
-// zoom and pan with the mouse, printing, and the value axes with the
-// viewport dialog.
+// zoom and pan with the mouse, printing and image export, and the value axes
+// with the viewport dialog.
 #include "controller_support.h"
 #include "dataplot.h"
 #include "driver_support.h"
 #include "gui_support.h"
 #include "mdialogcustomaxis.h"
+#include "mdialogexportimage.h"
 #include "operatingmode.h"
 #include "plotcurve.h"
-#include "plotprint.h"
 #include "programoptions.h"
 #include "tableplotdescription.h"
 #include "timebase.h"
@@ -19,11 +19,12 @@
 #include <qwt_plot_curve.h>
 #include <qwt_plot_marker.h>
 #include <qwt_plot_picker.h>
-#include <qwt_plot_renderer.h>
 #include <qwt_scale_div.h>
 #include <qwt_scale_draw.h>
 
 #include <QComboBox>
+#include <QDomDocument>
+#include <QFileDialog>
 #include <QLineEdit>
 #include <QPrintDialog>
 #include <QtTest>
@@ -481,9 +482,107 @@ private slots:
         QCOMPARE(zoom(), QPointF(10, 200));
     }
 
-    void timeTextAndGreyScalePrint()
+    // Export Image: a bare name gets the extension of the filter chosen, the dialog gives size and
+    // scheme. A PNG has that size and the curve's colour, or only greys; an SVG parses and draws
+    // each visible curve's samples as one line; a file that can't be written is reported.
+    void exportImage_data()
     {
-        // "Time/sec" in the lower right corner of the canvas.
+        QTest::addColumn<QString>("filter");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QSize>("size"); // invalid: the plot's own
+        QTest::addColumn<bool>("grey");
+        QTest::addColumn<QString>("written"); // empty: the error box
+        const QString png = "PNG image (*.png)", svg = "SVG image (*.svg)";
+        QTest::newRow("PNG at the plot's size") << png << "plot" << QSize() << false << "plot.png";
+        QTest::newRow("PNG of a chosen size, grey")
+            << svg << "grey.png" << QSize(640, 400) << true << "grey.png";
+        QTest::newRow("SVG by its filter") << svg << "drawing" << QSize() << false << "drawing.svg";
+        QTest::newRow("no such folder") << png << "missing/plot" << QSize() << false << QString();
+    }
+
+    void exportImage()
+    {
+        QFETCH(QString, filter);
+        QFETCH(QString, typed);
+        QFETCH(QSize, size);
+        QFETCH(bool, grey);
+        QFETCH(QString, written);
+        Recorded r;
+        VistrelMainWindow* window = r.window.get();
+        window->tableDescription()->setCurveEnabled(1, false); // no line in the SVG
+        const QRgb canvas = qRgb(200, 30, 40);                 // left out in the grey scheme
+        r.plot->setCanvasColor(canvas);
+        const QString path = TestSupport::temporaryPath(typed);
+        QStringList seen;
+        const TestSupport::ModalAnswerer answerer(
+            [&](QWidget* widget) {
+                if (auto* files = qobject_cast<QFileDialog*>(widget)) {
+                    files->selectNameFilter(filter);
+                    return TestSupport::answerFileDialog(files, 0, path, &seen);
+                }
+                if (auto* dialog = qobject_cast<MDialogExportImage*>(widget)) {
+                    dialog->radioButtonCustomSize->setChecked(size.isValid());
+                    dialog->spinBoxWidth->setValue(size.width());
+                    dialog->spinBoxHeight->setValue(size.height());
+                    dialog->comboBoxColors->setCurrentIndex(grey ? 1 : 0);
+                    return dialog->accept();
+                }
+                qobject_cast<QMessageBox*>(widget)->button(QMessageBox::Ok)->click();
+            },
+            3);
+        GuiSupport::child<QAction>(window, "projectExportImageAction")->trigger();
+        QCOMPARE(seen.mid(0, 2), (QStringList{"Export Image", "PNG image (*.png);SVG image (*.svg)"}));
+        if (written.isEmpty()) {
+            QCOMPARE(answerer.titles(), QStringList{"Critical Error"});
+            QVERIFY(answerer.lastText().startsWith("Cannot write the image " + path + ".png:\n"));
+            return;
+        }
+        QCOMPARE(answerer.answered(), 2);
+        const QString file = TestSupport::temporaryPath(written);
+        const QSize expected = size.isValid() ? size : window->plot()->size();
+        const QRgb shown = window->curves()[0]->plotItem->pen().color().rgb();
+        const QRgb hidden = window->curves()[1]->plotItem->pen().color().rgb();
+        if (written.endsWith(".png")) {
+            const QImage image(file, "PNG");
+            QCOMPARE(image.size(), expected);
+            QCOMPARE(image.allGray(), grey);
+            // Near the pen's colour: the renderer may blend a line's edge a little.
+            const auto curveColoured = [shown](QRgb c) {
+                return qAbs(qRed(c) - qRed(shown)) + qAbs(qGreen(c) - qGreen(shown)) +
+                           qAbs(qBlue(c) - qBlue(shown)) <
+                       24;
+            };
+            int curvePixels = 0, canvasPixels = 0;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x) {
+                    const QRgb pixel = image.pixel(x, y);
+                    curvePixels += curveColoured(pixel);
+                    canvasPixels += grey ? qGray(pixel) == qGray(canvas) : pixel == canvas;
+                }
+            }
+            QVERIFY(grey || curvePixels > 300);
+            QCOMPARE(canvasPixels > image.width() * image.height() / 3, !grey);
+            return;
+        }
+        QDomDocument svg;
+        QFile svgFile(file);
+        QVERIFY(svgFile.open(QIODevice::ReadOnly) && svg.setContent(&svgFile));
+        QCOMPARE(svg.documentElement().attribute("viewBox"),
+                 QStringLiteral("0 0 %1 %2").arg(expected.width()).arg(expected.height()));
+        // Long polylines, by the stroke of the group around each.
+        QMap<QRgb, int> lines;
+        const QDomNodeList polylines = svg.elementsByTagName("polyline");
+        for (int i = 0; i < polylines.size(); ++i) {
+            if (polylines.at(i).toElement().attribute("points").count(' ') > 20)
+                ++lines[QColor(polylines.at(i).parentNode().toElement().attribute("stroke")).rgb()];
+        }
+        QCOMPARE(lines.value(shown), 1);
+        QCOMPARE(lines.value(hidden), 0);
+    }
+
+    // "Time/sec" in the lower right corner of the canvas.
+    void timeText()
+    {
         showPlot();
         const QImage canvas = p->plot.canvas()->grab().toImage();
         int dark = 0;
@@ -491,22 +590,6 @@ private slots:
             for (int x = canvas.width() - 65; x < canvas.width() - 5; ++x)
                 dark += qGray(canvas.pixel(x, y)) < 100;
         QVERIFY(dark > 20);
-        // A grey-scale printer leaves out the canvas colour.
-        const QColor colour(200, 30, 40);
-        p->plot.setCanvasColor(colour);
-        for (const auto mode : {QPrinter::Color, QPrinter::GrayScale}) {
-            QImage image(800, 500, QImage::Format_RGB32);
-            image.fill(Qt::white);
-            QwtPlotRenderer renderer;
-            setUpPrintRenderer(renderer, mode);
-            renderer.renderTo(&p->plot, image);
-            int colourPixels = 0;
-            for (int y = 0; y < image.height(); ++y)
-                for (int x = 0; x < image.width(); ++x)
-                    colourPixels += image.pixelColor(x, y) == colour;
-            QCOMPARE(colourPixels > image.width() * image.height() / 3, mode == QPrinter::Color);
-            QCOMPARE(renderer.testLayoutFlag(QwtPlotRenderer::FrameWithScales), mode == QPrinter::GrayScale);
-        }
     }
 
     void printDialog_data()
