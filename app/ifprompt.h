@@ -27,6 +27,14 @@ public:
     // dialog starts with no directory.
     virtual QString openFileName(const QString& title, const QString& filter) = 0;
     virtual QString saveFileName(const QString& title, const QString& filter) = 0;
+    // A save dialog over filters separated by ";;", which also tells the one
+    // chosen. Without a choice of its own a prompt chooses the first.
+    virtual QString saveFileNameWithFilter(const QString& title, const QString& filters,
+                                           QString* selectedFilter)
+    {
+        *selectedFilter = filters.section(QStringLiteral(";;"), 0, 0);
+        return saveFileName(title, filters);
+    }
     // A progress that the user can abort, from 0 to maximum, shown at once;
     // it ends when the returned object goes.
     virtual std::unique_ptr<IFImportProgress> progress(const QString& label, const QString& cancelText,

@@ -70,6 +70,12 @@ QString MessageBoxPrompt::saveFileName(const QString& title, const QString& filt
     return QFileDialog::getSaveFileName(parent, title, QString(), filter);
 }
 
+QString MessageBoxPrompt::saveFileNameWithFilter(const QString& title, const QString& filters,
+                                                 QString* selectedFilter)
+{
+    return QFileDialog::getSaveFileName(parent, title, QString(), filters, selectedFilter);
+}
+
 std::unique_ptr<IFImportProgress> MessageBoxPrompt::progress(const QString& label, const QString& cancelText,
                                                              int maximum)
 {

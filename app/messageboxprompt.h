@@ -16,6 +16,8 @@ public:
     void showError(const QString& text) override;
     QString openFileName(const QString& title, const QString& filter) override;
     QString saveFileName(const QString& title, const QString& filter) override;
+    QString saveFileNameWithFilter(const QString& title, const QString& filters,
+                                   QString* selectedFilter) override;
     std::unique_ptr<IFImportProgress> progress(const QString& label, const QString& cancelText,
                                                int maximum) override;
     std::optional<std::vector<int>> channelNets(const QStringList& channels, const QStringList& nets,

@@ -9,6 +9,7 @@
 #include <QSignalBlocker>
 #include <QSlider>
 
+#include <algorithm>
 #include <climits>
 
 namespace {
@@ -38,6 +39,12 @@ int toScrollValue(double seconds, double stepMs)
     if (steps >= INT_MAX)
         return INT_MAX;
     return static_cast<int>(steps);
+}
+
+// The same, rounded to the nearest step.
+int nearestScrollValue(double seconds, double stepMs)
+{
+    return toScrollValue(seconds + stepMs / 2000.0, stepMs);
 }
 
 } // namespace
@@ -91,7 +98,7 @@ void TimeBaseController::slotTimeBaseChanged(int val)
     }
 
     controls.label->setText(timeBaseLabel(span));
-    plot->setTimeScale(end, span);
+    showView(end, span);
     plot->replot();
 
     controls.scrollBar->setMaximum(scrollMaximum);
@@ -100,10 +107,7 @@ void TimeBaseController::slotTimeBaseChanged(int val)
 
 void TimeBaseController::slotScrollTimeChanged(int val)
 {
-    if (m_runTime > span())
-        plot->setTimeScale(val * scrollStepMs(m_runTime) / 1000.0, span());
-    else
-        plot->setTimeScale(m_runTime, span());
+    showView(m_runTime > span() ? val * scrollStepMs(m_runTime) / 1000.0 : m_runTime, span());
     plot->replot();
 }
 
@@ -118,11 +122,11 @@ void TimeBaseController::setTimeAxisForStart()
 {
     if (options.continuousScroll) {
         // 0 at the right edge.
-        plot->setTimeScale(0.0, span());
+        showView(0.0, span());
     } else {
         // 0 in the middle.
         nextPageEnd = span() / 2;
-        plot->setTimeScale(span() / 2, span());
+        showView(span() / 2, span());
     }
     plot->replot();
 }
@@ -130,12 +134,12 @@ void TimeBaseController::setTimeAxisForStart()
 void TimeBaseController::followRun()
 {
     if (followsEveryRefresh(options.continuousScroll, span(), options.refreshTime)) {
-        plot->setTimeScale(m_runTime, span());
+        showView(m_runTime, span());
     } else if (m_runTime > nextPageEnd) {
         // The present in the middle; it runs to the right edge before the
         // next jump.
         nextPageEnd = m_runTime + span() / 2;
-        plot->setTimeScale(nextPageEnd, span());
+        showView(nextPageEnd, span());
     }
     plot->replot();
 
@@ -152,12 +156,50 @@ void TimeBaseController::resetView()
     controls.slider->setValue(initialTimeBase);
     m_runTime = 0.0;
     slotTimeBaseChanged(controls.slider->value());
-    plot->setTimeScale(0.0, span());
+    showView(0.0, span());
     plot->replot();
 }
 
 void TimeBaseController::showRecordEnd()
 {
-    plot->setTimeScale(m_runTime, span());
+    showView(m_runTime, span());
     plot->replot();
+}
+
+void TimeBaseController::showView(double end, double span)
+{
+    viewEnd = end;
+    plot->setTimeScale(end, span);
+}
+
+void TimeBaseController::restoreView()
+{
+    plot->setTimeScale(viewEnd, span());
+}
+
+void TimeBaseController::slotViewZoomed()
+{
+    const double end = plot->timeScaleEnd();
+    const int index = timeBaseIndexNearest(end - plot->timeScaleStart());
+    if (index != controls.slider->value()) {
+        // As after a move of the slider, paged scrolling places the view anew.
+        nextPageEnd = 0.0;
+        const QSignalBlocker blocker(controls.slider);
+        controls.slider->setValue(index);
+    }
+    const double span = timeBaseTable[size_t(index)];
+    controls.label->setText(timeBaseLabel(span));
+
+    int scrollMaximum = 0;
+    int scrollValue = 0;
+    viewEnd = m_runTime;
+    if (m_runTime > span) {
+        const double stepMs = scrollStepMs(m_runTime);
+        scrollMaximum = toScrollValue(m_runTime, stepMs);
+        scrollValue = std::clamp(nearestScrollValue(end, stepMs), 0, scrollMaximum);
+        viewEnd = scrollValue * stepMs / 1000.0;
+    }
+    const QSignalBlocker blocker(controls.scrollBar);
+    controls.scrollBar->setMaximum(scrollMaximum);
+    controls.scrollBar->setValue(scrollValue);
 }

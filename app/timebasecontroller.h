@@ -44,6 +44,9 @@ public:
     void resetView();
     // The view on the last span of the record; the scroll bar keeps its range.
     void showRecordEnd();
+    // Back to the view that the slider and the scroll bar give, after a zoom
+    // or pan of the plot: the axis only, without a replot.
+    void restoreView();
 
 public slots:
     void slotTimeBaseChanged(int val);
@@ -51,14 +54,23 @@ public slots:
     // The plot zoomed to its markers: the slider, its label and the scroll
     // bar follow once, by the direct call.
     void slotZoomedTo(int index);
+    // The plot's time axis was zoomed or panned: the slider shows the nearest
+    // span, the scroll bar the nearest position, without moving the view;
+    // moving either then takes over.
+    void slotViewZoomed();
 
 private:
+    // Every view of the controller's own goes through here.
+    void showView(double end, double span);
+
     const Controls controls;
     DataPlot* const plot;
     const ProgramOptions& options;
     double m_runTime;
     // Run time at which paged scrolling moves the view next.
     double nextPageEnd = 0.0;
+    // Right end of the view that the slider and the scroll bar give.
+    double viewEnd = 0.0;
 };
 
 #endif // TIMEBASECONTROLLER_H

@@ -7,9 +7,11 @@
 #include "formstatusbar_resourcesreparent.h"
 #include "manualpath.h"
 #include "mdialogcustomaxis.h"
+#include "mdialogexportimage.h"
 #include "messageboxprompt.h"
 #include "mformabout.h"
 #include "operatingmode.h"
+#include "plotnavigator.h"
 #include "plotprint.h"
 #include "qlabelcompat.h"
 #include "runcontroller.h"
@@ -19,6 +21,7 @@
 #include "timebase.h"
 #include "timebasecontroller.h"
 #include "timestampedread.h"
+#include "trafficmonitor.h"
 
 #include <qwt_plot_marker.h>
 #include <qwt_scale_widget.h>
@@ -169,6 +172,10 @@ void VistrelMainWindow::createControllers()
         new DocumentController({m_tableConfig, m_tableDescription, m_plot, curveSet, run, timeBase, &m_nets},
                                m_axisSettings, settings->options(), *prompt, this);
     dbcSignals = new DbcSignalController(m_tableConfig, curveSet, *prompt, this, this);
+    navigator = new PlotNavigator(m_plot, m_axisSettings, this);
+    traffic = new TrafficMonitor(m_nets, m_tableConfig, m_tableDescription, curveSet,
+                                 statusBarForm->textLabelTraffic, this);
+    m_tableConfig->setTrafficMeter(&traffic->meter());
 }
 
 void VistrelMainWindow::dressSplitterHandle()
@@ -202,6 +209,7 @@ void VistrelMainWindow::moveLabelsIntoStatusBar()
                            static_cast<QWidget*>(statusBarForm->textLabelDataFile),
                            static_cast<QWidget*>(statusBarForm->textLabelStartTime),
                            static_cast<QWidget*>(statusBarForm->textLabelRunTime),
+                           static_cast<QWidget*>(statusBarForm->textLabelTraffic),
                            static_cast<QWidget*>(statusBarForm->textLabelMode),
                            static_cast<QWidget*>(statusBarForm->textLabelModePicture)})
         bar->addPermanentWidget(label, 0);
@@ -229,6 +237,8 @@ void VistrelMainWindow::connectSignals()
     connect(m_plot, &DataPlot::signalMarkerMoved, this, &VistrelMainWindow::slotMarkerMoved);
     connect(m_plot, &DataPlot::signalMarkerMoved, curveSet, &CurveSet::slotMarkerMoved);
     connect(m_plot, &DataPlot::signalZoomedToTimeBase, timeBase, &TimeBaseController::slotZoomedTo);
+    connect(navigator, &PlotNavigator::signalTimeViewChanged, timeBase, &TimeBaseController::slotViewZoomed);
+    connect(navigator, &PlotNavigator::signalRestoreTimeView, timeBase, &TimeBaseController::restoreView);
     connect(curveSet, &CurveSet::signalThreadErrorMessage, this, &VistrelMainWindow::slotCurveError);
     connect(curveSet, &CurveSet::signalCurveCreated, this, &VistrelMainWindow::slotCurveCreated);
     connect(curveSet, &CurveSet::signalCurveErased, this, &VistrelMainWindow::slotCurveErased);
@@ -240,6 +250,8 @@ void VistrelMainWindow::connectSignals()
     connect(run, &RunController::signalStartTime, this, &VistrelMainWindow::showStartTime);
     connect(run, &RunController::signalRunTime, this, &VistrelMainWindow::showRunTime);
     connect(run, &RunController::signalRunStateChanged, this, &VistrelMainWindow::updateActions);
+    connect(run, &RunController::signalRunStateChanged, traffic,
+            [this] { run->isRunning() ? traffic->start() : traffic->stop(); });
     connect(documents, &DocumentController::signalOperatingMode, this, &VistrelMainWindow::setOperatingMode);
     connect(documents, &DocumentController::signalTimes, this, &VistrelMainWindow::showTimes);
     connect(documents, &DocumentController::signalFileNamesChanged, this,
@@ -325,6 +337,8 @@ void VistrelMainWindow::setOperatingMode(int mode)
         for (QPushButton* button : {pushButtonMarker1, pushButtonMarker2, pushButtonDMarker})
             button->setEnabled(on);
         m_plot->setMarkersMovable(on);
+        // Zoom and pan too, so the view is the run's while it follows it.
+        navigator->setEnabled(on);
     };
     switch (mode) {
     case ModeNone:
@@ -742,6 +756,25 @@ void VistrelMainWindow::projectPrint()
     QPrintDialog dialog(&printer, nullptr);
     if (dialog.exec() == QDialog::Accepted)
         printPlot(m_plot, printer);
+}
+
+void VistrelMainWindow::projectExportImage()
+{
+    QString filter;
+    QString name = prompt->saveFileNameWithFilter(
+        tr("Export Image"), QStringLiteral("PNG image (*.png);;SVG image (*.svg)"), &filter);
+    if (name.isEmpty())
+        return;
+    // A name with either extension keeps it; others get the chosen filter's.
+    if (!name.endsWith(QLatin1String(".png")) && !name.endsWith(QLatin1String(".svg")))
+        name += filter.contains(QLatin1String("*.svg")) ? QLatin1String(".svg") : QLatin1String(".png");
+
+    MDialogExportImage dialog(m_plot->size(), this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    const QString failure = exportPlotImage(m_plot, name, dialog.imageSize(), dialog.colorMode());
+    if (!failure.isEmpty())
+        prompt->showError(tr("Cannot write the image %1:\n%2").arg(name, failure));
 }
 
 void VistrelMainWindow::projectExit()

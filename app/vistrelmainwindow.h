@@ -22,6 +22,7 @@ class IFPrompt;
 class MFormAbout;
 class MFormConfig;
 class PlotCurve;
+class PlotNavigator;
 class QMenu;
 class QTimer;
 class RunController;
@@ -29,6 +30,7 @@ class SettingsController;
 class TablePlotConfig;
 class TablePlotDescription;
 class TimeBaseController;
+class TrafficMonitor;
 struct ProgramOptions;
 
 // The hub of the program: builds the form, the plot, the tables and the
@@ -114,6 +116,8 @@ public slots:
     void projectCalculate();
     void projectOptions();
     void projectPrint();
+    // The plot as a PNG or SVG file, as printing would render it.
+    void projectExportImage();
     void projectExit();
     void dataSave();
     void dataSaveAs();
@@ -179,6 +183,8 @@ private:
     RunController* run = nullptr;
     DocumentController* documents = nullptr;
     DbcSignalController* dbcSignals = nullptr;
+    PlotNavigator* navigator = nullptr;
+    TrafficMonitor* traffic = nullptr;
 };
 
 #endif // VISTRELMAINWINDOW_H

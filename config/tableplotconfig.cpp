@@ -8,6 +8,7 @@
 #include "scaling.h"
 #include "signalcell.h"
 #include "tooltipsupportitem.h"
+#include "trafficmeter.h"
 
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -669,6 +670,8 @@ QString TablePlotConfig::interfaceTooltip(int nRow)
     text += QString::asprintf("Status: %04X\n", unsigned(status.boardStatus));
     text += QStringLiteral("TS-Freq : %1 MHz")
                 .arg(double(info.timestampFrequency) / 1000000.0, 0, 'f', 6, QLatin1Char('0'));
+    if (const QString rate = trafficMeter ? trafficMeter->rateText(net) : QString(); !rate.isEmpty())
+        text += QStringLiteral("\nTraffic: ") + rate;
     return text;
 }
 

@@ -21,6 +21,7 @@ class QComboTableSupportItem;
 class QKeyEvent;
 class QMouseEvent;
 class QSignalMapper;
+class TrafficMeter;
 
 // The "Data Configuration" table: one row is one curve, and its cells are
 // the only store of the curve's configuration. Numbers stay text in the
@@ -171,6 +172,8 @@ public:
     void deriveRawRange(int nRow);
 
     QString tooltipText(int nRow, int nCol) override;
+    // The Net cells' tooltips end with the net's last rate and load from it.
+    void setTrafficMeter(const TrafficMeter* meter) { trafficMeter = meter; }
 
 public slots:
     // Opens the scaling dialog for a row.
@@ -203,6 +206,7 @@ private:
     const NetTable& nets;
     const QVector<ValueAxisSettings*>& axisSettings;
     QSignalMapper* calcMapper = nullptr;
+    const TrafficMeter* trafficMeter = nullptr;
     MDialogScaleOffset* scaleDialog = nullptr;
     std::unique_ptr<QComboTableSupportItem> emptyComboItem;
     int buildingRow = -1;

@@ -162,6 +162,12 @@ int PlotCurve::pointCount() const
     return plotItem ? static_cast<int>(plotItem->dataSize()) : 0;
 }
 
+uint64_t PlotCurve::framesAppended()
+{
+    const CurveLock lock(mutex);
+    return ring.appended;
+}
+
 void PlotCurve::setColor(const QColor& newColor)
 {
     if (plotItem)

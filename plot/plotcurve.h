@@ -107,6 +107,10 @@ public:
     // FastPlotCurve don't ask.
     void describePointsToItem() const;
 
+    // Frames the ring has taken since the curve was made, overwritten ones
+    // included. Takes the mutex for the reading.
+    uint64_t framesAppended();
+
     // The capture thread's driver handle, -1 while none is open.
     int driverHandle() const { return handle.load(); }
 

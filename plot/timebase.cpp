@@ -1,5 +1,6 @@
 #include "timebase.h"
 
+#include <cmath>
 #include <limits>
 
 namespace {
@@ -31,6 +32,21 @@ int timeBaseIndexAbove(double distance)
             return i;
     }
     return timeBaseCount - 1;
+}
+
+int timeBaseIndexNearest(double span)
+{
+    if (!(span > 0.0))
+        return 0;
+    if (!std::isfinite(span))
+        return timeBaseCount - 1;
+    int nearest = 0;
+    for (int i = 1; i < timeBaseCount; ++i) {
+        if (std::fabs(std::log(span / timeBaseTable[size_t(i)])) <
+            std::fabs(std::log(span / timeBaseTable[size_t(nearest)])))
+            nearest = i;
+    }
+    return nearest;
 }
 
 bool followsEveryRefresh(bool continuousScroll, double span, unsigned refreshTimeMs)

@@ -18,6 +18,10 @@ QString timeBaseLabel(double span);
 // The first index whose span is strictly greater than distance, else the last index.
 int timeBaseIndexAbove(double distance);
 
+// The index whose span lies nearest to span, by ratio: what the slider
+// shows for a view of any width.
+int timeBaseIndexNearest(double span);
+
 // Whether the view follows every refresh rather than moving by pages: always in
 // continuous scrolling, and when the span is at most two refresh intervals.
 bool followsEveryRefresh(bool continuousScroll, double span, unsigned refreshTimeMs);

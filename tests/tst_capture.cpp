@@ -15,8 +15,11 @@
 
 #include <QtTest>
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <deque>
+#include <thread>
 
 using namespace TestSupport;
 using Description = TablePlotDescription;
@@ -444,6 +447,58 @@ private slots:
         QCOMPARE(texts.mid(0, 2), (QStringList{"-1.000", "0.020"}));
         QCOMPARE(texts.mid(4), (QStringList{"4.000", "3.000 (Drive)", "4.000 (Park)/6.000   [1.000 s]",
                                             "3.000 (Drive)/4.000   [2.500 s]"}));
+    }
+
+    // 500 frames a second at an even pace give the net's frame rate and bus load over the last
+    // second, within 2 %, in the status bar and the Net cell's tooltip, and the curve's samples
+    // per second in its "Cnt" tooltip; after Stop the figures stay, greyed.
+    void trafficRates_data()
+    {
+        QTest::addColumn<RowSetup>("setup");
+        QTest::addColumn<double>("load"); // in %, of frames of 8 bytes: 135 bits on the wire, 160 if 29-bit
+        QTest::newRow("11-bit at 500 kbit/s") << RowSetup{0, "0x100", 2} << 13.5;
+        QTest::newRow("29-bit at 250 kbit/s") << RowSetup{0, "0x18FEF100", 4, true} << 32.0;
+    }
+
+    void trafficRates()
+    {
+        QFETCH(RowSetup, setup);
+        QFETCH(double, load);
+        openWindow(nets);
+        addRow(setup);
+        startStop();
+        QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
+        TessFrame frame{};
+        frame.id = setup.id.toUInt(nullptr, 0) | (setup.is29Bit ? TESS_ID_29BIT : 0);
+        frame.len = 8;
+        std::atomic<bool> injecting{true};
+        std::thread injector([&] {
+            const std::vector<TessFrame> five(5, frame);
+            auto next = std::chrono::steady_clock::now();
+            while (injecting) {
+                next += std::chrono::milliseconds(10);
+                std::this_thread::sleep_until(next);
+                tessTestInject(0, five.data(), 5);
+            }
+        });
+        const QLabel* label = GuiSupport::child<QLabel>(&*window, "textLabelTraffic");
+        const QRegularExpression figures("^Net 0: (\\d+) fr/s (\\d+\\.\\d) %$");
+        const auto near = [](const QString& text, double expected) {
+            return std::fabs(text.toDouble() - expected) <= 0.02 * expected;
+        };
+        const auto measured = [&] {
+            const QRegularExpressionMatch match = figures.match(label->text());
+            const QString netTip = window->tableConfig()->tooltipText(0, TablePlotConfig::ColNet);
+            const QString countTip = window->tableDescription()->item(0, Description::ColCount)->toolTip();
+            return match.hasMatch() && near(match.captured(1), 500) && near(match.captured(2), load) &&
+                   netTip.endsWith("MHz\nTraffic: " + label->text().mid(7)) &&
+                   countTip.endsWith(" samples/s") && near(countTip.section(' ', 0, 0), 500);
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(measured(), 15000);
+        injecting = false;
+        injector.join();
+        startStop();
+        QVERIFY(!label->isEnabled() && label->text().startsWith("Net 0: "));
     }
 
     // Closing the window during a run asks; No goes on running, Yes stops and closes.

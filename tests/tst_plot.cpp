@@ -1,28 +1,35 @@
 // The plot view: the time axis (time base, scrolling, the view at Start and
 // during a run), the two markers with their cells and their dragging,
-// printing, and the value axes with the viewport dialog.
+// zoom and pan with the mouse, printing and image export, and the value axes
+// with the viewport dialog.
 #include "controller_support.h"
 #include "dataplot.h"
+#include "driver_support.h"
 #include "gui_support.h"
 #include "mdialogcustomaxis.h"
+#include "mdialogexportimage.h"
 #include "operatingmode.h"
 #include "plotcurve.h"
-#include "plotprint.h"
 #include "programoptions.h"
 #include "tableplotdescription.h"
 #include "timebase.h"
 #include "valueaxistabpage.h"
 
+#include <qwt_plot_canvas.h>
+#include <qwt_plot_curve.h>
 #include <qwt_plot_marker.h>
 #include <qwt_plot_picker.h>
-#include <qwt_plot_renderer.h>
 #include <qwt_scale_div.h>
 #include <qwt_scale_draw.h>
 
 #include <QComboBox>
+#include <QDomDocument>
+#include <QFileDialog>
 #include <QLineEdit>
 #include <QPrintDialog>
 #include <QtTest>
+
+#include <cmath>
 
 using Doubles = QVector<double>;
 using Steps = QVector<QPointF>; // run time, end of the view after the refresh
@@ -51,6 +58,130 @@ struct AxisDialog
             field(index, which)->setText(texts[which]);
     }
 };
+
+// Counts the replots of the plot it is attached to: each draws every item once.
+struct ReplotCounter : QwtPlotItem
+{
+    mutable int count = 0;
+    void draw(QPainter*, const QwtScaleMap&, const QwtScaleMap&, const QRectF&) const override { ++count; }
+};
+
+void mouse(QWidget* canvas, QEvent::Type type, Qt::MouseButton button, Qt::KeyboardModifiers modifiers,
+           const QPoint& pos)
+{
+    QMouseEvent event(type, pos, canvas->mapToGlobal(pos), type == QEvent::MouseMove ? Qt::NoButton : button,
+                      type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::MouseButtons(button),
+                      modifiers);
+    QApplication::sendEvent(canvas, &event);
+}
+
+// A wheel turned by notches, or a drag with two moves.
+void gesture(QWidget* canvas, double notches, Qt::MouseButton button, Qt::KeyboardModifiers modifiers,
+             const QPoint& from, const QPoint& to)
+{
+    if (notches != 0.0) {
+        QWheelEvent event(from, canvas->mapToGlobal(from), QPoint(), QPoint(0, qRound(notches * 120)),
+                          Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(canvas, &event);
+        return;
+    }
+    mouse(canvas, QEvent::MouseButtonPress, button, modifiers, from);
+    mouse(canvas, QEvent::MouseMove, button, modifiers, (from + to) / 2);
+    mouse(canvas, QEvent::MouseMove, button, modifiers, to);
+    mouse(canvas, QEvent::MouseButtonRelease, button, modifiers, to);
+}
+
+// A shown window with a record of 100 s: two curves, the second on the right axis (0 to 100), the
+// view on 45 to 55 s, the markers at 48 and 52 s.
+struct Recorded
+{
+    std::unique_ptr<VistrelMainWindow> window = GuiSupport::windowWithCurves(QString(), 2, true);
+    DataPlot* plot = window->plot();
+    QWidget* canvas = plot->canvas();
+    QSlider* slider = GuiSupport::child<QSlider>(window.get(), "sliderTimeBase");
+    QScrollBar* scrollBar = GuiSupport::child<QScrollBar>(window.get(), "scrollBarTime");
+
+    Recorded()
+    {
+        window->resize(1100, 850);
+        window->tableConfig()->setValueAxis(1, 1);
+        QCoreApplication::processEvents(); // the axes follow by a queued call
+        for (int c = 0; c < 2; ++c) {
+            PlotCurve& curve = *window->curves()[c];
+            for (int k = 0; k < 201; ++k) {
+                curve.xValues[size_t(k)] = 100.0 - k * 0.5;
+                curve.yValues[size_t(k)] = 40.0 * std::sin(k * 0.1 + c);
+            }
+            curve.plotItem->setRawSamples(curve.xValues.get(), curve.yValues.get(), 201);
+        }
+        window->setRunTime(100.0);
+        window->slotTimeBaseChanged(9);
+        scrollBar->setValue(55000);
+        plot->setMarker1(48.0);
+        plot->setMarker2(52.0);
+    }
+    // The canvas position of a time and a value of the left axis.
+    QPoint at(const QPointF& point) const
+    {
+        return QPoint(qRound(plot->transform(QwtPlot::xBottom, point.x())),
+                      qRound(plot->transform(QwtPlot::yLeft, point.y())));
+    }
+    // Whether the plot shows {time start, end, left min, max, right min, max}, to a pixel of the first view.
+    bool shows(const Doubles& view) const
+    {
+        static const double pixels[] = {0.012, 0.5, 0.25}; // 10 s, 200 and 100 over 800 and 400 pixels
+        plot->updateAxes();
+        for (const int axis : {QwtPlot::xBottom, QwtPlot::yLeft, QwtPlot::yRight}) {
+            const size_t i = axis == QwtPlot::xBottom ? 0 : axis == QwtPlot::yLeft ? 2 : 4;
+            const QwtScaleMap map = plot->canvasMap(axis);
+            if (std::fabs(map.s1() - view[i]) > pixels[i / 2] ||
+                std::fabs(map.s2() - view[i + 1]) > pixels[i / 2])
+                return false;
+        }
+        return true;
+    }
+    // The markers' buttons and cells, and the axes' records.
+    QStringList state() const
+    {
+        QStringList texts;
+        for (const char* name : {"pushButtonMarker1", "pushButtonMarker2", "pushButtonDMarker"})
+            texts << GuiSupport::child<QPushButton>(window.get(), name)->text();
+        for (int cell = 0; cell < 4; ++cell)
+            texts << window->tableDescription()->text(cell / 2, TablePlotDescription::ColM1 + cell % 2);
+        for (const ValueAxisSettings* axis : window->axisSettings())
+            texts << QStringLiteral("%1 %2 %3").arg(axis->min).arg(axis->max).arg(axis->step);
+        return texts;
+    }
+};
+
+// clang-format off
+struct Navigation
+{
+    const char* name;
+    Qt::MouseButton button;
+    Qt::KeyboardModifiers modifiers;
+    QPointF from, to; // time and value of the left axis
+    double notches;   // 0: a drag
+    Doubles view;     // time start, end; left min, max; right min, max
+    int slider;
+    int replots;
+};
+const Navigation navigations[] = {
+    {"wheel up: time around the pointer", Qt::NoButton, {}, {50, 0}, {}, 1, {46, 54, -100, 100, 0, 100}, 9, 1},
+    {"two notches down", Qt::NoButton, {}, {47, 0}, {}, -2, {43.875, 59.5, -100, 100, 0, 100}, 10, 1},
+    {"Ctrl + wheel near the left axis", Qt::NoButton, Qt::ControlModifier, {47, 50}, {}, 1,
+     {45, 55, -70, 90, 0, 100}, 9, 1},
+    {"Ctrl + wheel near the right axis", Qt::NoButton, Qt::ControlModifier, {53, 0}, {}, 1,
+     {45, 55, -100, 100, 10, 90}, 9, 1},
+    {"middle drag pans", Qt::MiddleButton, {}, {50, 0}, {48, 20}, 0, {47, 57, -120, 80, -10, 90}, 9, 2},
+    {"Shift + left drag pans", Qt::LeftButton, Qt::ShiftModifier, {46, 10}, {50, -30}, 0,
+     {41, 51, -60, 140, 20, 120}, 9, 2},
+    {"Ctrl + left drag zooms to the box", Qt::LeftButton, Qt::ControlModifier, {46, 50}, {49, -20}, 0,
+     {46, 49, -20, 50, 40, 75}, 7, 1},
+    {"plain left drag moves the nearer marker", Qt::LeftButton, {}, {51.9, 0}, {53, 0}, 0,
+     {45, 55, -100, 100, 0, 100}, 9, 3},
+};
+// clang-format on
 
 } // namespace
 
@@ -283,9 +414,175 @@ private slots:
         QCOMPARE(moved.count(), 3);
     }
 
-    void timeTextAndGreyScalePrint()
+    // Each gesture moves the view by what it points at, with one replot a step; the markers, their
+    // texts and the axes' records stay. The slider and the scroll bar show the nearest state;
+    // Escape or a double click go back to the view they give and to the records; moved, they take over.
+    void zoomAndPan_data() { TestSupport::addRows(navigations); }
+
+    void zoomAndPan()
     {
-        // "Time/sec" in the lower right corner of the canvas.
+        const Navigation& row = TestSupport::tableRow(navigations);
+        Recorded r;
+        const QStringList state = r.state();
+        QVERIFY(r.canvas->width() > 800 && r.canvas->height() > 400); // the pixels of shows()
+        // Each replot paints at once, so that the counter counts replots.
+        qobject_cast<QwtPlotCanvas*>(r.canvas)->setPaintAttribute(QwtPlotCanvas::ImmediatePaint, true);
+        ReplotCounter replots;
+        replots.attach(r.plot);
+        gesture(r.canvas, row.notches, row.button, row.modifiers, r.at(row.from), r.at(row.to));
+        QVERIFY(r.shows(row.view));
+        QCOMPARE(replots.count, row.replots);
+        QCOMPARE(r.slider->value(), row.slider);
+        QCOMPARE(GuiSupport::child<QLabel>(r.window.get(), "textLabelTimeBase")->text(),
+                 timeBaseLabel(timeBaseTable[size_t(row.slider)]));
+        QCOMPARE(r.scrollBar->value(), qRound(r.plot->timeScaleEnd() * 1000));
+        const bool markerDrag = row.button == Qt::LeftButton && !row.modifiers;
+        QCOMPARE(r.state() == state, !markerDrag);
+        QVERIFY(!markerDrag || std::fabs(r.plot->marker2()->xValue() - 53.0) < 0.02);
+
+        if ((&row - navigations) % 2)
+            QTest::mouseDClick(r.canvas, Qt::LeftButton, {}, r.at({45.5, -90}));
+        else
+            QTest::keyClick(r.canvas, Qt::Key_Escape);
+        const double end = r.scrollBar->value() / 1000.0;
+        QVERIFY(r.shows({end - timeBaseTable[size_t(row.slider)], end, -100, 100, 0, 100}));
+        QCOMPARE(replots.count, row.replots + 1);
+
+        // Zoomed again, the slider takes over with its span at the same right end, then the scroll bar.
+        gesture(r.canvas, 3, Qt::NoButton, {}, r.at({50, 0}), {});
+        const double zoomedEnd = r.plot->timeScaleEnd();
+        r.slider->setValue(r.slider->value() + 2);
+        const double span = timeBaseTable[size_t(r.slider->value())];
+        QVERIFY(r.shows({zoomedEnd - span, zoomedEnd, -100, 100, 0, 100}));
+        r.scrollBar->setValue(90000);
+        QVERIFY(r.shows({90 - span, 90, -100, 100, 0, 100}));
+    }
+
+    // While a run follows the recording nothing zooms; paused it does, and the release gives the
+    // view back to the run and the value axes to their records.
+    void noZoomWhileARunFollows()
+    {
+        const auto window = GuiSupport::windowWithCurves("net 0 virtual\n", 1, true);
+        DataPlot* plot = window->plot();
+        // A notch in on the time and on the left axis: their spans as set, replotted or not.
+        const auto zoom = [plot] {
+            const QPoint middle = plot->canvas()->rect().center();
+            gesture(plot->canvas(), 1, Qt::NoButton, {}, middle, {});
+            gesture(plot->canvas(), 1, Qt::NoButton, Qt::ControlModifier, middle, {});
+            plot->updateAxes();
+            return QPointF(plot->axisScaleDiv(QwtPlot::xBottom).range(),
+                           plot->axisScaleDiv(QwtPlot::yLeft).range());
+        };
+        QPushButton* pause = GuiSupport::child<QPushButton>(window.get(), "pushButtonPause");
+        GuiSupport::child<QPushButton>(window.get(), "pushButtonStartStop")->click();
+        QCOMPARE(zoom(), QPointF(10, 200));
+        pause->click();
+        QCOMPARE(zoom(), QPointF(8, 160));
+        pause->click();
+        QCOMPARE(zoom(), QPointF(10, 200));
+    }
+
+    // Export Image: a bare name gets the extension of the filter chosen, the dialog gives size and
+    // scheme. A PNG has that size and the curve's colour, or only greys; an SVG parses and draws
+    // each visible curve's samples as one line; a file that can't be written is reported.
+    void exportImage_data()
+    {
+        QTest::addColumn<QString>("filter");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QSize>("size"); // invalid: the plot's own
+        QTest::addColumn<bool>("grey");
+        QTest::addColumn<QString>("written"); // empty: the error box
+        const QString png = "PNG image (*.png)", svg = "SVG image (*.svg)";
+        QTest::newRow("PNG at the plot's size") << png << "plot" << QSize() << false << "plot.png";
+        QTest::newRow("PNG of a chosen size, grey")
+            << svg << "grey.png" << QSize(640, 400) << true << "grey.png";
+        QTest::newRow("SVG by its filter") << svg << "drawing" << QSize() << false << "drawing.svg";
+        QTest::newRow("no such folder") << png << "missing/plot" << QSize() << false << QString();
+    }
+
+    void exportImage()
+    {
+        QFETCH(QString, filter);
+        QFETCH(QString, typed);
+        QFETCH(QSize, size);
+        QFETCH(bool, grey);
+        QFETCH(QString, written);
+        Recorded r;
+        VistrelMainWindow* window = r.window.get();
+        window->tableDescription()->setCurveEnabled(1, false); // no line in the SVG
+        const QRgb canvas = qRgb(200, 30, 40);                 // left out in the grey scheme
+        r.plot->setCanvasColor(canvas);
+        const QString path = TestSupport::temporaryPath(typed);
+        QStringList seen;
+        const TestSupport::ModalAnswerer answerer(
+            [&](QWidget* widget) {
+                if (auto* files = qobject_cast<QFileDialog*>(widget)) {
+                    files->selectNameFilter(filter);
+                    return TestSupport::answerFileDialog(files, 0, path, &seen);
+                }
+                if (auto* dialog = qobject_cast<MDialogExportImage*>(widget)) {
+                    dialog->radioButtonCustomSize->setChecked(size.isValid());
+                    dialog->spinBoxWidth->setValue(size.width());
+                    dialog->spinBoxHeight->setValue(size.height());
+                    dialog->comboBoxColors->setCurrentIndex(grey ? 1 : 0);
+                    return dialog->accept();
+                }
+                qobject_cast<QMessageBox*>(widget)->button(QMessageBox::Ok)->click();
+            },
+            3);
+        GuiSupport::child<QAction>(window, "projectExportImageAction")->trigger();
+        QCOMPARE(seen.mid(0, 2), (QStringList{"Export Image", "PNG image (*.png);SVG image (*.svg)"}));
+        if (written.isEmpty()) {
+            QCOMPARE(answerer.titles(), QStringList{"Critical Error"});
+            QVERIFY(answerer.lastText().startsWith("Cannot write the image " + path + ".png:\n"));
+            return;
+        }
+        QCOMPARE(answerer.answered(), 2);
+        const QString file = TestSupport::temporaryPath(written);
+        const QSize expected = size.isValid() ? size : window->plot()->size();
+        const QRgb shown = window->curves()[0]->plotItem->pen().color().rgb();
+        const QRgb hidden = window->curves()[1]->plotItem->pen().color().rgb();
+        if (written.endsWith(".png")) {
+            const QImage image(file, "PNG");
+            QCOMPARE(image.size(), expected);
+            QCOMPARE(image.allGray(), grey);
+            // Near the pen's colour: the renderer may blend a line's edge a little.
+            const auto curveColoured = [shown](QRgb c) {
+                return qAbs(qRed(c) - qRed(shown)) + qAbs(qGreen(c) - qGreen(shown)) +
+                           qAbs(qBlue(c) - qBlue(shown)) <
+                       24;
+            };
+            int curvePixels = 0, canvasPixels = 0;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x) {
+                    const QRgb pixel = image.pixel(x, y);
+                    curvePixels += curveColoured(pixel);
+                    canvasPixels += grey ? qGray(pixel) == qGray(canvas) : pixel == canvas;
+                }
+            }
+            QVERIFY(grey || curvePixels > 300);
+            QCOMPARE(canvasPixels > image.width() * image.height() / 3, !grey);
+            return;
+        }
+        QDomDocument svg;
+        QFile svgFile(file);
+        QVERIFY(svgFile.open(QIODevice::ReadOnly) && svg.setContent(&svgFile));
+        QCOMPARE(svg.documentElement().attribute("viewBox"),
+                 QStringLiteral("0 0 %1 %2").arg(expected.width()).arg(expected.height()));
+        // Long polylines, by the stroke of the group around each.
+        QMap<QRgb, int> lines;
+        const QDomNodeList polylines = svg.elementsByTagName("polyline");
+        for (int i = 0; i < polylines.size(); ++i) {
+            if (polylines.at(i).toElement().attribute("points").count(' ') > 20)
+                ++lines[QColor(polylines.at(i).parentNode().toElement().attribute("stroke")).rgb()];
+        }
+        QCOMPARE(lines.value(shown), 1);
+        QCOMPARE(lines.value(hidden), 0);
+    }
+
+    // "Time/sec" in the lower right corner of the canvas.
+    void timeText()
+    {
         showPlot();
         const QImage canvas = p->plot.canvas()->grab().toImage();
         int dark = 0;
@@ -293,22 +590,6 @@ private slots:
             for (int x = canvas.width() - 65; x < canvas.width() - 5; ++x)
                 dark += qGray(canvas.pixel(x, y)) < 100;
         QVERIFY(dark > 20);
-        // A grey-scale printer leaves out the canvas colour.
-        const QColor colour(200, 30, 40);
-        p->plot.setCanvasColor(colour);
-        for (const auto mode : {QPrinter::Color, QPrinter::GrayScale}) {
-            QImage image(800, 500, QImage::Format_RGB32);
-            image.fill(Qt::white);
-            QwtPlotRenderer renderer;
-            setUpPrintRenderer(renderer, mode);
-            renderer.renderTo(&p->plot, image);
-            int colourPixels = 0;
-            for (int y = 0; y < image.height(); ++y)
-                for (int x = 0; x < image.width(); ++x)
-                    colourPixels += image.pixelColor(x, y) == colour;
-            QCOMPARE(colourPixels > image.width() * image.height() / 3, mode == QPrinter::Color);
-            QCOMPARE(renderer.testLayoutFlag(QwtPlotRenderer::FrameWithScales), mode == QPrinter::GrayScale);
-        }
     }
 
     void printDialog_data()
