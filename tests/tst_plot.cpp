@@ -510,6 +510,8 @@ private slots:
         Recorded r;
         VistrelMainWindow* window = r.window.get();
         window->tableDescription()->setCurveEnabled(1, false); // no line in the SVG
+        // A colour of its own: a random one may come close to the grid or the canvas.
+        window->curves()[0]->plotItem->setPen(QPen(QColor(0, 150, 60), 1));
         const QRgb canvas = qRgb(200, 30, 40);                 // left out in the grey scheme
         r.plot->setCanvasColor(canvas);
         const QString path = TestSupport::temporaryPath(typed);
@@ -560,7 +562,13 @@ private slots:
                     canvasPixels += grey ? qGray(pixel) == qGray(canvas) : pixel == canvas;
                 }
             }
-            QVERIFY(grey || curvePixels > 300);
+            const QwtScaleDiv& times = window->plot()->axisScaleDiv(QwtPlot::xBottom);
+            QVERIFY2(grey || curvePixels > 300,
+                     qPrintable(QStringLiteral("%1 pixels of the curve, times %2 to %3, curve shown %4")
+                                    .arg(curvePixels)
+                                    .arg(times.lowerBound())
+                                    .arg(times.upperBound())
+                                    .arg(window->curves()[0]->plotItem->isVisible())));
             QCOMPARE(canvasPixels > image.width() * image.height() / 3, !grey);
             return;
         }
