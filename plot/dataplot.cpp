@@ -1,6 +1,7 @@
 #include "dataplot.h"
 
 #include "bottomscaledraw.h"
+#include "plotcanvas.h"
 #include "plotcurve.h"
 #include "timebase.h"
 
@@ -42,6 +43,7 @@ QwtSymbol* markerSymbol(const QColor& color)
 
 DataPlot::DataPlot(double initialSpan, QWidget* parent) : QwtPlot(parent)
 {
+    setCanvas(new PlotCanvas(this));
     m_grid = new QwtPlotGrid;
     m_grid->setPen(QPen(namedColor("grey")));
     m_grid->attach(this);

@@ -600,6 +600,30 @@ private slots:
         QVERIFY(dark > 20);
     }
 
+    // The canvas keeps its picture between paints: a new colour shows at
+    // once, a moved marker after the replot.
+    void canvasRepaints()
+    {
+        showPlot();
+        const QColor colour(10, 200, 30);
+        p->plot.setCanvasColor(colour);
+        const auto share = [this](const QColor& c) {
+            const QImage image = p->plot.canvas()->grab().toImage();
+            int n = 0;
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x)
+                    n += image.pixelColor(x, y) == c;
+            return double(n) / (image.width() * image.height());
+        };
+        QVERIFY(share(colour) > 0.8);
+        const QColor blue("blue");
+        const double before = share(blue);
+        p->plot.setMarker1(p->plot.timeScaleStart() + 0.1);
+        p->plot.setMarker2(p->plot.timeScaleStart() + 0.2);
+        p->plot.replot();
+        QVERIFY(share(blue) != before);
+    }
+
     void printDialog_data()
     {
         QTest::addColumn<bool>("accept");
