@@ -249,6 +249,9 @@ void TestFileFormats::dataReader_data()
         << Curves{curve(speed(1, -5)), curve(btr(), {0, 0})} << true;
     QTest::newRow("oldest: record size INT_MAX")
         << header(24) + curveV1(rpm(INT_MAX), rpmPoints) << "ok" << Curves{curveV1(rpm(INT_MAX))} << true;
+    // A size that points back into the record: no arrays, the next record follows at once.
+    QTest::newRow("oldest: record size pointing backwards")
+        << header(24) + curveV1(rpm(100)) + rpms[1] << "ok" << Curves{curveV1(rpm(100)), rpms[1]} << true;
     QTest::newRow("empty file: type -1") << QByteArray() << "type -1" << Curves() << true;
     QTest::newRow("size 95") << header(95) << "size 95" << Curves() << false;
     QTest::newRow("type 3") << header(96, 3) << "type 3" << Curves() << false;
@@ -349,6 +352,8 @@ void TestFileFormats::logs_data()
                  "2 10:00:00 0 3 _ 12 " +
                  d8 + " / 3 10:00:00 0 3 _ -1 " + d8)
         << "0/0/000007@0 3/8/1122334455667788@0 3/0/1122334455667788@0" << 36000.0;
+    QTest::newRow("text: a line of 10 MB")
+        << false << QByteArray(10 << 20, '7') + '\n' + lines("1 00:00:01 0 2 _ 0") << "2/0/@0" << 1.0;
     QTest::newRow("binary: two frames")
         << true << rec(sec, 250, 0x123, data) + rec(sec + 2, 5, 0x20000456, data.left(2))
         << "123/8/0102030405060708@0 20000456/2/0102@1.755" << daySeconds + 0.25;
