@@ -7,7 +7,9 @@ CMAKE_FLAGS ?=
 DEMO_CONFIG := $(CURDIR)/examples/tessbus-demo.conf
 DEMO_PROJECT := $(CURDIR)/examples/demo.vtlprj
 
-.PHONY: all deps build run test package test-asan test-tsan bench format clean
+FUZZ_SECONDS ?= 60
+
+.PHONY: all deps build run test package test-asan test-tsan fuzz bench format clean
 
 all: build
 
@@ -42,6 +44,14 @@ test-tsan: deps
 	cmake --build build-tsan -j $(JOBS) --target threads_tests
 	cd build-tsan && ctest --output-on-failure -j $(JOBS) -L threads
 
+# Every file reader under libFuzzer (clang-14, in a build of its own), each
+# for FUZZ_SECONDS on its seeds in fuzz/corpus/; fails on any finding.
+fuzz:
+	@bash scripts/install-deps.sh clang-14 libclang-rt-14-dev
+	cmake -S fuzz -B build-fuzz -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14
+	cmake --build build-fuzz -j $(JOBS)
+	bash fuzz/run.sh build-fuzz $(FUZZ_SECONDS)
+
 bench: build
 	cmake --build $(BUILD) --target bench
 
@@ -49,4 +59,4 @@ format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h' '*.c')
 
 clean:
-	rm -rf build build-asan build-tsan
+	rm -rf build build-asan build-tsan build-fuzz

@@ -5,6 +5,7 @@
 #include <QTime>
 #include <QVector>
 
+#include <cmath>
 #include <ctime>
 
 namespace {
@@ -99,13 +100,16 @@ private:
     std::vector<uint32_t>* lastList = nullptr;
 };
 
-// Room for the most frames that the device can hold. Pages of the reserve
-// that are never written cost no memory.
+// Room for the most frames that the device can hold, up to a cap: pages of
+// the reserve that are never written cost no memory, but a huge (or sparse)
+// file must not ask for more than the machine has before a byte is read.
+// Beyond the cap the list grows as frames come.
 void reserveFrames(CanLog& log, const QIODevice* device, qint64 bytesPerFrame)
 {
+    constexpr qint64 maxReserved = qint64(1) << 22;
     const qint64 size = device->size();
     if (size > 0)
-        log.frames.reserve(size_t(size / bytesPerFrame));
+        log.frames.reserve(size_t(qMin(size / bytesPerFrame, maxReserved)));
 }
 
 // The time_t of 0:00:00 local time on the day of seconds.
@@ -143,7 +147,8 @@ void readTextFields(const QVector<QStringRef>& fields, CanLog& log, FrameCollect
 {
     bool ok = false;
     const double milliseconds = fields.size() > 3 ? fields[3].toDouble(&ok) : 0.0;
-    if (!ok)
+    // "nan" and "inf" read as numbers, but would poison every later time.
+    if (!ok || !std::isfinite(milliseconds))
         return;
     // A time that doesn't parse counts as midnight.
     const QTime timeOfDay = QTime::fromString(fields[2].toString(), Qt::TextDate);

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, running and testing Vistrel
 # need, when they are missing. Safe to run again: it does nothing then.
+# Packages named as arguments are installed too (`make fuzz` names clang's).
 set -euo pipefail
 
 packages=(
@@ -11,6 +12,7 @@ packages=(
     xvfb xauth imagemagick
     # The Debian package and the test of the installed tree.
     dpkg-dev desktop-file-utils appstream shared-mime-info libglib2.0-bin x11-utils
+    "$@"
 )
 
 missing=()

@@ -292,6 +292,10 @@ void TestCanLogs::damaged_data()
     };
     QTest::newRow("candump cut inside a time") << candump.left(lineStart(100) + 5) << "candump.log"
                                                << ", line 100: unreadable time" << framesBefore(100);
+    // Seconds whose nanoseconds a 64-bit time can't hold; 9223372035.999999 still fits.
+    QTest::newRow("candump time beyond 64 bits")
+        << candump.left(lineStart(100)) + "(9223372036.000000) can0 123#01\n" << "candump.log"
+        << ", line 100: unreadable time" << framesBefore(100);
     QTest::newRow("candump line of 10 MB")
         << QByteArray(candump).insert(lineStart(50), QByteArray(10 << 20, 'A') + '\n') << "candump.log"
         << ", line 50: line longer than" << framesBefore(50);

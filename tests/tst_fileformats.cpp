@@ -5,6 +5,7 @@
 #include "canlog.h"
 #include "datafile.h"
 #include "projectfile.h"
+#include "settingsfile.h"
 
 #include <QBuffer>
 #include <QtTest>
@@ -206,9 +207,12 @@ private slots:
     void dataReader();
     void logs_data();
     void logs();
+    void logOfHugeDevice();
     void projectWriter();
     void projectReader_data();
     void projectReader();
+    void settingsReader_data();
+    void settingsReader();
 };
 
 void TestFileFormats::initTestCase()
@@ -285,6 +289,9 @@ void TestFileFormats::dataReader_data()
         << Curves{curve(speed(1, -5)), curve(btr(), {0, 0})} << true;
     QTest::newRow("oldest: record size INT_MAX")
         << header(24) + curveV1(rpm(INT_MAX), rpmPoints) << "ok" << Curves{curveV1(rpm(INT_MAX))} << true;
+    // A size that points back into the record: no arrays, the next record follows at once.
+    QTest::newRow("oldest: record size pointing backwards")
+        << header(24) + curveV1(rpm(100)) + rpms[1] << "ok" << Curves{curveV1(rpm(100)), rpms[1]} << true;
     QTest::newRow("empty file: type -1") << QByteArray() << "type -1" << Curves() << true;
     QTest::newRow("size 95") << header(95) << "size 95" << Curves() << false;
     QTest::newRow("type 3") << header(96, 3) << "type 3" << Curves() << false;
@@ -373,12 +380,20 @@ void TestFileFormats::logs_data()
         << lines("1 09:00:00 x / 2 10:00:00 0 9 E 1 01 / 3 10:00:02 0 9 _ 1 02 / "
                  "4 10:00:03 0 9 E 1 03")
         << "9/1/02@2" << 36000.0;
+    // "nan" and "inf" are no milliseconds: they would poison every later time.
+    QTest::newRow("text: nan and inf milliseconds")
+        << false
+        << lines("1 10:00:00 nan 5 _ 0 / 2 10:00:00 inf 5 _ 0 / 3 10:00:00 -inf 5 _ 0 / "
+                 "4 10:00:02 0 5 _ 1 0A / 5 10:00:03 NaN 5 _ 0")
+        << "5/1/0a@0" << 36002.0;
     QTest::newRow("text: no numbers, lengths beyond 0 to 8")
         << false
         << lines("1 10:00:00 0 abc _ x zz,,7 / "
                  "2 10:00:00 0 3 _ 12 " +
                  d8 + " / 3 10:00:00 0 3 _ -1 " + d8)
         << "0/0/000007@0 3/8/1122334455667788@0 3/0/1122334455667788@0" << 36000.0;
+    QTest::newRow("text: a line of 10 MB")
+        << false << QByteArray(10 << 20, '7') + '\n' + lines("1 00:00:01 0 2 _ 0") << "2/0/@0" << 1.0;
     QTest::newRow("binary: two frames")
         << true << rec(sec, 250, 0x123, data) + rec(sec + 2, 5, 0x20000456, data.left(2))
         << "123/8/0102030405060708@0 20000456/2/0102@1.755" << daySeconds + 0.25;
@@ -430,6 +445,22 @@ void TestFileFormats::logs()
     QCOMPARE(QString::number(log.lastTime, 'g', 9), frames.isEmpty() ? "0" : frames.section('@', -1));
 }
 
+// A device as big as a sparse file of a petabyte: the frames' room grows
+// with what is read, not with what the device claims.
+void TestFileFormats::logOfHugeDevice()
+{
+    class HugeBuffer : public QBuffer
+    {
+    public:
+        qint64 size() const override { return qint64(1) << 50; }
+    };
+    HugeBuffer buffer;
+    buffer.setData(rec(sec, 0, 1) + rec(sec, 1, 2));
+    QVERIFY(buffer.open(QIODevice::ReadOnly));
+    QCOMPARE(
+        int(readCanLog(CanLogForm::Binary, &buffer, progressScale(buffer.size()), nullptr).frames.size()), 2);
+}
+
 void TestFileFormats::projectWriter()
 {
     ProjectGraph graph;
@@ -473,6 +504,22 @@ void TestFileFormats::projectReader_data()
     QTest::newRow("UTF-8 without declaration")
         << QByteArray("<V><Graph0 name=\"\xc3\xa9t\xc3\xa9\"/></V>")
         << QStringList{"status 0", QString::fromUtf8("G0{name=\xc3\xa9t\xc3\xa9}")};
+    // The parser recurses once per level: a deep document is refused before.
+    const auto nested = [](int levels, const QByteArray& inner) {
+        return QByteArray("<a>").repeated(levels) + inner + QByteArray("</a>").repeated(levels);
+    };
+    QTest::newRow("256 levels") << "<V>" + nested(254, "<Graph0 name=\"a\"/>") + "</V>"
+                                << QStringList{"status 0"};
+    QTest::newRow("257 levels") << "<V>" + nested(256, "") + "</V>"
+                                << QStringList{
+                                       QStringLiteral("status %1").arg(ProjectReadResult::ParseFailed)};
+    QTest::newRow("25000 levels") << nested(25000, "")
+                                  << QStringList{
+                                         QStringLiteral("status %1").arg(ProjectReadResult::ParseFailed)};
+    // A byte that isn't UTF-8 is no error of the document.
+    QTest::newRow("Latin-1 without declaration")
+        << QByteArray("<V><Graph0 name=\"\xe9t\xe9\"/></V>")
+        << QStringList{"status 0", QString("G0{name=%1t%1}").arg(QChar(QChar::ReplacementCharacter))};
     QTest::newRow("unclosed root") << QByteArray("<Vistrel><Graph0 name=\"a\"/>")
                                    << QStringList{
                                           QStringLiteral("status %1").arg(ProjectReadResult::ParseFailed)};
@@ -484,6 +531,27 @@ void TestFileFormats::projectReader()
     QFETCH(QStringList, expected);
     QBuffer buffer(&xml);
     QCOMPARE(summary(readProjectDocument(&buffer)), expected);
+}
+
+void TestFileFormats::settingsReader_data()
+{
+    QTest::addColumn<QByteArray>("xml");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<unsigned>("plotSize");
+
+    // The plot size is taken as it stands, however large.
+    QTest::newRow("plot size unchecked") << QByteArray("<X PlotSize=\"4000000000\"/>") << 0 << 4000000000u;
+    QTest::newRow("25000 levels") << "<X PlotSize=\"9\">" + QByteArray("<a>").repeated(25000) + "</X>"
+                                  << int(SettingsReadResult::ParseFailed) << 0u;
+}
+
+void TestFileFormats::settingsReader()
+{
+    QFETCH(QByteArray, xml);
+    QBuffer buffer(&xml);
+    const SettingsReadResult result = readSettingsDocument(&buffer);
+    QTEST(int(result.status), "status");
+    QTEST(result.settings.plotSize, "plotSize");
 }
 
 QTEST_GUILESS_MAIN(TestFileFormats)

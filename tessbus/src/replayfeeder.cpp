@@ -82,7 +82,8 @@ ReplayFeeder::TimePoint ReplayFeeder::dueTime(TimePoint start, int64_t offsetNs)
 {
     // A tiny speed or a huge gap gives infinity here, which no integer holds.
     const double ns = static_cast<double>(offsetNs) / options_.speed;
-    return start + std::chrono::nanoseconds(ns < kNeverNs ? static_cast<int64_t>(ns) : kNeverNs);
+    return start +
+           std::chrono::nanoseconds(ns < static_cast<double>(kNeverNs) ? static_cast<int64_t>(ns) : kNeverNs);
 }
 
 void ReplayFeeder::logEnded(const ReplayLog& log)
