@@ -7,7 +7,8 @@
 
 namespace {
 
-constexpr size_t flushSize = 64 * 1024;
+// Large enough that handing a buffer over (to a writer thread) is rare.
+constexpr size_t flushSize = 1024 * 1024;
 
 // A field as RFC 4180 wants it: quoted when it holds a comma, a quote or a
 // line break, with its quotes doubled.
