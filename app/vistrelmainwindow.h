@@ -120,6 +120,7 @@ public slots:
     void dataLoad();
     void dataImport();
     void dataOpenLog();
+    void dataExportCsv();
     void slotFormConfigOkClicked();
     void slotFormConfigCancelClicked();
     void slotFormConfigApplyClicked();
