@@ -2,6 +2,7 @@
 
 #include "canlog.h"
 #include "commandline.h"
+#include "csvexport.h"
 #include "curvelock.h"
 #include "curveset.h"
 #include "damagereport.h"
@@ -110,12 +111,62 @@ double windowClockTime(int64_t ns, bool headerTime)
     return wallClockSecondsAt(time.date(), time.time()) + double(ns - seconds * perSecond) / perSecond;
 }
 
+// The instant of a date and a local time of day, in nanoseconds since the
+// epoch; the time zone of this computer decides.
+int64_t localTimeUtcNs(const QDate& date, int64_t nsOfDay)
+{
+    const int64_t ms = nsOfDay / 1000000;
+    const QDateTime local(date, QTime::fromMSecsSinceStartOfDay(int(ms)), Qt::LocalTime);
+    return local.toMSecsSinceEpoch() * 1000000 + (nsOfDay - ms * 1000000);
+}
+
+// The instant of a log's first frame. A time that a header states is the
+// time as written, taken as local time, as the window shows it.
+int64_t logOriginUtcNs(int64_t ns, bool headerTime)
+{
+    if (!headerTime)
+        return ns;
+    constexpr int64_t perDay = 86400LL * 1000000000;
+    const int64_t days = ns / perDay - (ns % perDay < 0 ? 1 : 0);
+    return localTimeUtcNs(QDate(1970, 1, 1).addDays(days), ns - days * perDay);
+}
+
+// Raw values of the integer types and of integer bit layouts are whole
+// numbers. Recomputed from a scaled value they may miss by a rounding; the
+// whole number whose scaling gives the value back is the raw value that
+// made it.
+bool hasWholeRaw(const PlotCurve& curve)
+{
+    const ValueLayout layout = curve.valueLayout();
+    return layout.bitLayout ? layout.bitLayout->valueType == SignalValueType::Integer
+                            : layout.dataType < DataType::Real32;
+}
+
+double wholeRaw(const CsvSample& sample, const CurvePoints& points)
+{
+    const double whole = std::nearbyint(sample.raw);
+    // Adding 0 turns the -0 of a negative scale into 0.
+    return whole * points.scale + points.offset == sample.value ? whole + 0.0 : sample.raw;
+}
+
 } // namespace
 
 DocumentController::DocumentController(const Parts& parts, const QVector<ValueAxisSettings*>& axisSettings,
                                        ProgramOptions& options, IFPrompt& prompt, QObject* parent)
     : QObject(parent), parts(parts), axisSettings(axisSettings), options(options), prompt(prompt)
-{}
+{
+    connect(parts.run, &RunController::signalStartTime, this, &DocumentController::slotRunStarted);
+}
+
+void DocumentController::slotRunStarted(double timeOrigin)
+{
+    // The origin was read a moment ago; midnight may have passed since.
+    const int day = int(std::floor(timeOrigin / 86400));
+    QDate date = QDate::currentDate();
+    if (date.dayOfYear() != day)
+        date = date.addDays(-1);
+    m_originUtcNs = localTimeUtcNs(date, std::llround((timeOrigin - day * 86400.0) * 1e6) * 1000);
+}
 
 void DocumentController::setProjectFileName(const QString& name)
 {
@@ -158,6 +209,7 @@ bool DocumentController::resetProject()
     parts.curves->clear();
 
     parts.run->setTimeOrigin(wallClockSeconds());
+    m_originUtcNs.reset();
     parts.timeBase->resetView();
     placeMarkers();
 
@@ -426,6 +478,7 @@ void DocumentController::importRecordedData(const QString& fileName)
     // What the curves held goes without a question.
     CurveSet& curves = *parts.curves;
     curves.clear();
+    m_originUtcNs.reset();
 
     CanLog log;
     {
@@ -601,10 +654,7 @@ void DocumentController::openCanLog(const QString& fileName)
         prompt.showError(error.isEmpty() ? tr("Cannot find CAN frames in file %1").arg(fileName) : error);
         return;
     }
-    bool holdsPoints = false;
-    for (const QSharedPointer<PlotCurve>& curve : curves.curves())
-        holdsPoints = holdsPoints || (curve && curve->pointCount() > 1);
-    if (holdsPoints &&
+    if (hasSamples() &&
         !prompt.askYesNo(tr("The curves hold points. Replace them with the frames of the log?")))
         return;
     std::optional<std::vector<int>> nets = channelNets(reader.channelNames());
@@ -630,10 +680,12 @@ void DocumentController::openCanLog(const QString& fileName)
         curves.append(made[row]);
         parts.description->setCount(row, QString::number(made[row]->pointCount()));
     }
-    parts.run->setTimeOrigin(
-        reader.hasAbsoluteTime()
-            ? windowClockTime(sieve.firstTimeNs(), reader.format() != canlogs::LogFormat::Candump)
-            : 0.0);
+    const bool headerTime = reader.format() != canlogs::LogFormat::Candump;
+    parts.run->setTimeOrigin(reader.hasAbsoluteTime() ? windowClockTime(sieve.firstTimeNs(), headerTime)
+                                                      : 0.0);
+    m_originUtcNs.reset();
+    if (reader.hasAbsoluteTime())
+        m_originUtcNs = logOriginUtcNs(sieve.firstTimeNs(), headerTime);
     showLoggedRecord(fileName, double(sieve.lastTimeNs() - sieve.firstTimeNs()) / 1e9);
 
     // Damage ends the log: what came before it is loaded. Channels that
@@ -652,6 +704,80 @@ void DocumentController::openCanLog(const QString& fileName)
     reportDamage(
         m_dataDamage,
         report.text(error.isEmpty() ? tr("Not all frames of %1 were loaded:").arg(fileName) : error));
+}
+
+bool DocumentController::hasSamples() const
+{
+    const QVector<QSharedPointer<PlotCurve>>& all = parts.curves->curves();
+    return std::any_of(all.begin(), all.end(), [](const QSharedPointer<PlotCurve>& curve) {
+        return curve && curve->pointCount() > 1;
+    });
+}
+
+void DocumentController::exportCsv(const QString& fileName, const CsvExportChoice& choice)
+{
+    // The samples are read in place, the live point left out.
+    std::vector<CsvCurve> names;
+    std::vector<CurvePoints> points;
+    std::vector<bool> whole;
+    TablePlotConfig* config = parts.config;
+    for (int row = 0; row < config->rowCount(); ++row) {
+        const PlotCurve* curve = parts.curves->at(row);
+        if (!curve || (choice.visibleOnly && !parts.description->curveEnabled(row)))
+            continue;
+        names.push_back({config->curveName(row).toStdString(), config->unitText(row).toStdString()});
+        points.push_back({curve->xValues.get() + 1, curve->yValues.get() + 1,
+                          size_t(std::max(curve->pointCount() - 1, 0)), curve->scale, curve->offset});
+        whole.push_back(hasWholeRaw(*curve));
+    }
+
+    QFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+        prompt.showError(tr("Cannot write file %1").arg(fileName));
+        return;
+    }
+    // A device or a pipe chosen as the file is never removed.
+    const bool removable = !file.isSequential();
+    const CsvOptions options{choice.layout, choice.fillWithLast,
+                             choice.absoluteTime ? m_originUtcNs : std::optional<int64_t>()};
+    // The writer keeps its own buffer.
+    CsvWriter writer(std::move(names), options, [&file](const char* data, size_t size) {
+        return file.write(data, qint64(size)) == qint64(size);
+    });
+    bool aborted = false;
+    {
+        CurvePointMerge merge(points);
+        const ProgressScale scale = progressScale(int64_t(merge.total()));
+        const auto progress = prompt.progress(tr("Write file ..."), tr("Abort!"), scale.steps + 1);
+        // Shown from the first sample on, at most once per step of the scale.
+        CsvSample sample;
+        for (int64_t shownUpTo = 0; !writer.failed();) {
+            const int64_t done = int64_t(merge.delivered());
+            if (done >= shownUpTo) {
+                const int64_t step = done / scale.step;
+                if (!progress->showStep(int(step))) {
+                    aborted = true;
+                    break;
+                }
+                shownUpTo = (step + 1) * scale.step;
+            }
+            if (!merge.next(sample))
+                break;
+            if (sample.rawKnown && whole[sample.curve])
+                sample.raw = wholeRaw(sample, points[sample.curve]);
+            writer.add(sample);
+        }
+    }
+    // An aborted writer is dropped without finishing: nothing more goes out.
+    const bool written = !aborted && writer.finish();
+    file.close();
+    if (written && file.error() == QFileDevice::NoError)
+        return;
+    // Nothing half-written stays.
+    if (removable)
+        file.remove();
+    if (!aborted)
+        prompt.showError(tr("Cannot write file %1").arg(fileName));
 }
 
 void DocumentController::projectOpen()
@@ -707,6 +833,21 @@ void DocumentController::dataOpenLog()
         prompt.openFileName(tr("Open CAN Log"), tr("CAN logs (*.log *.asc *.trc *.blf);;All files (*)"));
     if (!name.isEmpty())
         openCanLog(name);
+}
+
+void DocumentController::dataExportCsv()
+{
+    const std::optional<CsvExportChoice> choice =
+        prompt.csvExportChoice(m_csvChoice, m_originUtcNs.has_value());
+    if (!choice)
+        return;
+    m_csvChoice = *choice;
+    QString name = prompt.saveFileName(tr("Export CSV"), tr("CSV files (*.csv)"));
+    if (name.isEmpty())
+        return;
+    if (!name.endsWith(QLatin1String(".csv")))
+        name += QLatin1String(".csv");
+    exportCsv(name, *choice);
 }
 
 void DocumentController::dataImport()

@@ -1,6 +1,7 @@
 #ifndef DOCUMENTCONTROLLER_H
 #define DOCUMENTCONTROLLER_H
 
+#include "ifprompt.h"
 #include "netinfo.h"
 #include "valueaxissettings.h"
 
@@ -16,7 +17,6 @@
 
 class CurveSet;
 class DataPlot;
-class IFPrompt;
 class LogFrameSieve;
 class PlotCurve;
 class RunController;
@@ -86,6 +86,14 @@ public:
     // choice, which net each channel is. Does nothing without rows.
     void openCanLog(const QString& fileName);
 
+    // Whether a row's curve holds a sample, which a CSV export writes.
+    bool hasSamples() const;
+    // Writes the samples of the rows' curves (of the visible rows only, if
+    // chosen) to a CSV file, in time order, with a progress that can abort.
+    // The names and units are the rows'. A failed write is reported; an
+    // aborted or failed one leaves no file.
+    void exportCsv(const QString& fileName, const CsvExportChoice& choice);
+
     // The menu actions: a file dialog, then the reader or writer.
     void projectOpen();
     void projectSave();
@@ -95,6 +103,7 @@ public:
     void dataLoad();
     void dataImport();
     void dataOpenLog();
+    void dataExportCsv();
 
 signals:
     void signalOperatingMode(int mode);
@@ -103,6 +112,10 @@ signals:
     // The axis records changed: the plot is to follow them.
     void signalAxisSettingsChanged();
     void signalActionsChanged();
+
+private slots:
+    // A run's time origin is a time of today: its date is known.
+    void slotRunStarted(double timeOrigin);
 
 private:
     // The plot size of a data file is offered when it is bigger.
@@ -133,6 +146,12 @@ private:
     QString m_dataFileName;
     QString m_projectDamage;
     QString m_dataDamage;
+    // The time origin in nanoseconds since the epoch (UTC) where the
+    // record's date is known: a run, or a log of absolute times. A data file
+    // and a recorder's log hold the time of day alone.
+    std::optional<int64_t> m_originUtcNs;
+    // The export's choices are offered again the next time.
+    CsvExportChoice m_csvChoice;
 };
 
 #endif // DOCUMENTCONTROLLER_H

@@ -1,6 +1,8 @@
 #ifndef IFPROMPT_H
 #define IFPROMPT_H
 
+#include "csvexport.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -9,6 +11,15 @@
 #include <vector>
 
 class IFImportProgress;
+
+// What a CSV export writes, as the user chose it.
+struct CsvExportChoice
+{
+    CsvLayout layout = CsvLayout::Long;
+    bool fillWithLast = false; // wide layout only
+    bool absoluteTime = false; // a "time_utc" column, where the record's date is known
+    bool visibleOnly = false;  // only the curves whose "En" is checked
+};
 
 // How the controllers ask the user. The window answers with the program's
 // message boxes, file dialogs and progress dialogs; tests answer from a
@@ -44,6 +55,10 @@ public:
     // Nothing when the user cancels.
     virtual std::optional<std::vector<int>> channelNets(const QStringList& channels, const QStringList& nets,
                                                         const std::vector<int>& proposal) = 0;
+    // How to write a CSV export, starting from the proposal; the absolute
+    // time is offered only where it is known. Nothing when the user cancels.
+    virtual std::optional<CsvExportChoice> csvExportChoice(const CsvExportChoice& proposal,
+                                                           bool absoluteTimeKnown) = 0;
 };
 
 #endif // IFPROMPT_H

@@ -2,6 +2,7 @@
 
 #include "canlog.h"
 #include "mdialogchannelnets.h"
+#include "mdialogexportcsv.h"
 
 #include <QFileDialog>
 #include <QMessageBox>
@@ -87,6 +88,15 @@ std::optional<std::vector<int>> MessageBoxPrompt::channelNets(const QStringList&
                                                               const std::vector<int>& proposal)
 {
     MDialogChannelNets dialog(channels, nets, proposal, parent);
+    if (dialog.exec() != QDialog::Accepted)
+        return std::nullopt;
+    return dialog.choice();
+}
+
+std::optional<CsvExportChoice> MessageBoxPrompt::csvExportChoice(const CsvExportChoice& proposal,
+                                                                 bool absoluteTimeKnown)
+{
+    MDialogExportCsv dialog(proposal, absoluteTimeKnown, parent);
     if (dialog.exec() != QDialog::Accepted)
         return std::nullopt;
     return dialog.choice();

@@ -22,6 +22,8 @@ public:
                                                int maximum) override;
     std::optional<std::vector<int>> channelNets(const QStringList& channels, const QStringList& nets,
                                                 const std::vector<int>& proposal) override;
+    std::optional<CsvExportChoice> csvExportChoice(const CsvExportChoice& proposal,
+                                                   bool absoluteTimeKnown) override;
 
 private:
     QWidget* const parent;

@@ -386,6 +386,9 @@ void VistrelMainWindow::updateActions()
     dataSaveAction->setEnabled(!timerActive && hasDataName);
     dataImportAction->setEnabled(!timerActive && hasRows);
     dataOpenLogAction->setEnabled(!timerActive && hasRows);
+    // While paused the points stand still, and the export writes what the plot shows.
+    const bool standing = !timerActive || pushButtonPause->isChecked();
+    dataExportCsvAction->setEnabled(standing && documents && documents->hasSamples());
 }
 
 bool VistrelMainWindow::resetProject()
@@ -549,6 +552,11 @@ void VistrelMainWindow::dataImport()
 void VistrelMainWindow::dataOpenLog()
 {
     documents->dataOpenLog();
+}
+
+void VistrelMainWindow::dataExportCsv()
+{
+    documents->dataExportCsv();
 }
 
 void VistrelMainWindow::openCanLog(const QString& fileName)

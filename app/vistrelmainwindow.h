@@ -124,6 +124,7 @@ public slots:
     void dataLoad();
     void dataImport();
     void dataOpenLog();
+    void dataExportCsv();
     void slotFormConfigOkClicked();
     void slotFormConfigCancelClicked();
     void slotFormConfigApplyClicked();

@@ -9,6 +9,7 @@
 #include "formstatusbar_resourcesreparent.h"
 #include "gui_support.h"
 #include "mdialogchannelnets.h"
+#include "mdialogexportcsv.h"
 #include "mformconfig.h"
 #include "operatingmode.h"
 #include "plotcurve.h"
@@ -30,8 +31,12 @@
 
 #include <QColorDialog>
 #include <QFileDialog>
+#include <QScopeGuard>
 #include <QtTest>
 #include <QXmlStreamReader>
+
+#include <clocale>
+#include <ctime>
 
 using TestSupport::ModalAnswerer;
 using Buttons = QList<int>;
@@ -257,6 +262,9 @@ private slots:
     void openCanLog_data();
     void openCanLog();
     void openCanLogFiles();
+    void exportCsv_data();
+    void exportCsv();
+    void exportCsvAbsoluteTime();
     void messages_data();
     void messages();
     void dialogs_data();
@@ -646,6 +654,156 @@ void TestFileIo::openCanLogFiles()
     QCOMPARE(curve.xValues[size_t(ours.size())], (micros(ours.first()) - start) / 1e6);
 }
 
+// Three curves at times of their own: an Unsigned16 scaled by 0.1 whose
+// name needs quoting; an Integer8 scaled by -0.1 from 40, whose raw values
+// come back whole; a hidden Real32 of scale 0, whose raw value is unknown.
+// Equal times keep the order of the rows. What the user typed gets ".csv"
+// unless it ends so, case-sensitively. No file stays after an abort, a
+// cancel or a failed write.
+void TestFileIo::exportCsv_data()
+{
+    QTest::addColumn<QString>("script"); // choices, "abort", "German", "cancel"
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QStringList>("asked"); // %1: the file's path
+    QTest::addColumn<QByteArray>("csv");    // null: no file
+
+    const QStringList asked{"csv, absolute time unknown", "file Export CSV"};
+    const auto add = [](const char* name, const char* script, const char* typed, const char* file,
+                        const QStringList& asked, const QByteArray& csv) {
+        QTest::newRow(name) << script << typed << file << asked << csv;
+    };
+    add("long", "long", "out", "out.csv", asked,
+        "time_s,name,value,raw,unit\n0.25,Temp,39.3,7,\u00b0C\n"
+        "0.5,\"Speed, \"\"front\"\"\",0.30000000000000004,3,km/h\n1,\"Speed, \"\"front\"\"\",0.1,1,km/h\n"
+        "1,Temp,40.3,-3,\u00b0C\n1.5,\"Speed, \"\"front\"\"\",1.2000000000000002,12,km/h\n1.5,Off,2,,\n"
+        "1.75,Temp,40,0,\u00b0C\n");
+    add("wide, comma decimal locale", "wide German", "w.CSV", "w.CSV.csv", asked,
+        "time_s,\"Speed, \"\"front\"\"\",Temp,Off\n0.25,,39.3,\n0.5,0.30000000000000004,,\n1,0.1,40.3,\n"
+        "1.5,1.2000000000000002,,2\n1.75,,40,\n");
+    add("wide, filled, visible only", "wide fill visible", "f", "f.csv", asked,
+        "time_s,\"Speed, \"\"front\"\"\",Temp\n0.25,,39.3\n0.5,0.30000000000000004,39.3\n1,0.1,40.3\n"
+        "1.5,1.2000000000000002,40.3\n1.75,1.2000000000000002,40\n");
+    add("aborted", "long abort", "a", "a.csv", asked, QByteArray());
+    add("cancelled", "cancel", "c", "c.csv", {asked.first()}, QByteArray());
+    add("cannot write", "long", "no/d", "no/d.csv", QStringList(asked) << "! Cannot write file %1",
+        QByteArray());
+}
+
+void TestFileIo::exportCsv()
+{
+    QFETCH(QString, script);
+    QFETCH(QString, typed);
+    QFETCH(QString, file);
+    QFETCH(QStringList, asked);
+    QFETCH(QByteArray, csv);
+
+    TestSupport::Parts p;
+    const struct
+    {
+        const char *name, *unit;
+        int type;
+        double scale, offset;
+        QVector<double> times, raws; // oldest first
+    } rows[] = {{"Speed, \"front\"", "km/h", 3, 0.1, 0, {0.5, 1, 1.5}, {3, 1, 12}},
+                {"Temp", "\u00b0C", 0, -0.1, 40, {0.25, 1, 1.75}, {7, -3, 0}},
+                {"Off", "", 6, 0, 2, {1.5}, {0}}};
+    for (const auto& row : rows) {
+        p.addRow();
+        const int r = p.config.currentRow();
+        p.config.setCurveName(r, QString::fromUtf8(row.name));
+        p.config.setUnitText(r, QString::fromUtf8(row.unit));
+        p.config.setDataType(r, row.type);
+        p.config.setScaleText(r, QString::number(row.scale));
+        p.config.setOffsetText(r, QString::number(row.offset));
+        p.curves.eraseCurve(r);
+        p.curves.createCurve(r);
+        // The live point, then the samples newest first.
+        PlotCurve& curve = *p.curves.at(r);
+        const int n = row.times.size();
+        for (int i = 0; i < n; ++i) {
+            curve.xValues[size_t(n - i)] = row.times[i];
+            curve.yValues[size_t(n - i)] = row.raws[i] * row.scale + row.offset;
+        }
+        curve.plotItem->setRawSamples(curve.xValues.get(), curve.yValues.get(), n + 1);
+    }
+    p.description.setCurveEnabled(2, false);
+
+    CsvExportChoice choice{script.contains("wide") ? CsvLayout::Wide : CsvLayout::Long,
+                           script.contains("fill"), false, script.contains("visible")};
+    p.prompt.csvChoice = script == "cancel" ? std::nullopt : std::optional<CsvExportChoice>(choice);
+    p.prompt.fileName = TestSupport::temporaryPath(typed);
+    if (script.contains("abort"))
+        p.prompt.keepGoing = [](const QString& label, int step) {
+            return label != "Write file ..." || step < 3;
+        };
+    // Qt's default locale and, where the system has it, the C library's.
+    const QLocale locale;
+    if (script.contains("German")) {
+        QLocale::setDefault(QLocale::German);
+        std::setlocale(LC_ALL, "de_DE.UTF-8");
+    }
+    p.documents.dataExportCsv();
+    QLocale::setDefault(locale);
+    std::setlocale(LC_ALL, "C");
+
+    const QString path = TestSupport::temporaryPath(file);
+    QCOMPARE(p.prompt.asked, asked.replaceInStrings("%1", path));
+    QFile written(path);
+    QCOMPARE(written.exists(), !csv.isNull());
+    if (written.open(QIODevice::ReadOnly))
+        QCOMPARE(written.readAll(), csv);
+}
+
+// The absolute time where the date of the record is known: a candump log's
+// time from the epoch, the start that an ASC log's header gives, as local
+// time, and a run's start. In a time zone of UTC+5:30.
+void TestFileIo::exportCsvAbsoluteTime()
+{
+    const QByteArray zone = qgetenv("TZ");
+    const auto restoreZone = qScopeGuard([&zone] {
+        zone.isNull() ? qunsetenv("TZ") : qputenv("TZ", zone);
+        tzset();
+    });
+    qputenv("TZ", "IST-5:30");
+    tzset();
+    TestSupport::useDriverConfig("net 0 virtual name=A\n");
+    TestSupport::Parts p(true);
+    p.addRow();
+    p.config.setDataType(0, 1);
+    p.config.setScaleText(0, "1");
+    p.config.setOffsetText(0, "0");
+    CsvExportChoice choice;
+    choice.absoluteTime = true;
+    p.prompt.csvChoice = choice;
+    p.prompt.fileName = TestSupport::temporaryPath("abs.csv");
+    const auto exported = [&](const QString& id, const QString& log) {
+        p.config.setIdText(0, id);
+        if (!log.isEmpty())
+            p.documents.openCanLog(log);
+        p.documents.dataExportCsv();
+        QFile file(p.prompt.fileName);
+        return file.open(QIODevice::ReadOnly) ? QString(file.readAll()).mid(36) : QString();
+    };
+    QCOMPARE(
+        exported("0x100", writeFile("abs.log", "(1600000000.250000) can0 100#05\n"
+                                               "(1600000001.000001) can0 100#07\n")),
+        "0,2020-09-13T12:26:40.250000Z,NewName,5,5,\n0.750001,2020-09-13T12:26:41.000001Z,NewName,7,7,\n");
+    QCOMPARE(exported("1185", VISTREL_TEST_DATA_DIR "/canlogs/vector-dec.asc"),
+             "0.01316,2022-02-21T08:24:10.020895Z,NewName,184,184,\n");
+    // A sample at the start of a run: in UTC, within the second that Start took.
+    p.run.slotStartStop();
+    const QDateTime start = QDateTime::currentDateTimeUtc();
+    p.run.slotStartStop();
+    PlotCurve& curve = *p.curves.at(0);
+    curve.xValues[1] = 0;
+    curve.plotItem->setRawSamples(curve.xValues.get(), curve.yValues.get(), 2);
+    const QString utc = exported("0x100", QString()).section(',', 1, 1);
+    const QDateTime at = QDateTime::fromString(utc.chopped(4), "yyyy-MM-ddTHH:mm:ss.zzz");
+    QVERIFY2(utc.endsWith('Z') && qAbs(QDateTime(at.date(), at.time(), Qt::UTC).msecsTo(start)) < 1000,
+             qPrintable(utc));
+}
+
 // Questions and messages, answered in turn, and what stays after them. The
 // window starts with two rows and "kept.vtlprj".
 void TestFileIo::messages_data()
@@ -807,6 +965,8 @@ void TestFileIo::dialogs_data()
     const char* const canLogs = "Open CAN Log|CAN logs (*.log *.asc *.trc *.blf);All files (*)";
     add("dataOpenLog", "two.log", canLogs, "two.log");
     add("dataOpenLog", "", canLogs, "");
+    add("dataExportCsv", "e", "Export CSV|CSV files (*.csv)", "e.csv");
+    add("dataExportCsv", "", "Export CSV|CSV files (*.csv)", "");
 }
 
 void TestFileIo::dialogs()
@@ -835,6 +995,9 @@ void TestFileIo::dialogs()
     }
     const auto w = makeWindow();
     addRow(*w, "name=r id=1");
+    // A sample, which the export needs.
+    w->curves()[0]->plotItem->setRawSamples(w->curves()[0]->xValues.get(), w->curves()[0]->yValues.get(), 2);
+    w->updateActions();
     QStringList got;
     const ModalAnswerer answer(
         [&](QWidget* widget) {
@@ -845,6 +1008,8 @@ void TestFileIo::dialogs()
                 box->button(QMessageBox::Yes)->click();
             else if (auto* channels = qobject_cast<MDialogChannelNets*>(widget))
                 channels->accept();
+            else if (auto* csv = qobject_cast<MDialogExportCsv*>(widget))
+                csv->accept();
         },
         5);
     // By the action where its name follows the slot's, so that it must be enabled.
@@ -854,8 +1019,11 @@ void TestFileIo::dialogs()
         QVERIFY(QMetaObject::invokeMethod(w.get(), slot.toLatin1()));
     QCOMPARE(got.mid(0, 2).join('|'), seen);
     const QString expected = name.isEmpty() ? name : directory.filePath(name);
-    QCOMPARE(slot.startsWith("project") ? w->currentProjectFileName() : w->currentDataFileName(), expected);
-    if (slot.endsWith("SaveAs"))
+    // An export leaves the data file's name alone.
+    const bool exported = slot.endsWith("Csv");
+    QCOMPARE(slot.startsWith("project") ? w->currentProjectFileName() : w->currentDataFileName(),
+             exported ? QString() : expected);
+    if (slot.endsWith("SaveAs") || exported)
         QCOMPARE(QFileInfo(expected).size() > 0, !name.isEmpty());
 }
 

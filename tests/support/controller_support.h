@@ -26,14 +26,16 @@ namespace TestSupport {
 
 // Records every question and error; answers questions from `answers` (Yes
 // when it is empty), file dialogs with `fileName`, the channels of a log
-// with `channelAnswer` (the proposal when unset), and lets a progress go on
-// while keepGoing(step) is true.
+// with `channelAnswer` (the proposal when unset), a CSV export's choices
+// with `csvChoice` (nothing: cancelled), and lets a progress go on while
+// keepGoing(step) is true.
 struct ScriptedPrompt : IFPrompt
 {
     QStringList asked;
     QList<bool> answers;
     QString fileName;
     std::optional<std::optional<std::vector<int>>> channelAnswer;
+    std::optional<CsvExportChoice> csvChoice = CsvExportChoice();
     std::function<bool(const QString& label, int step)> keepGoing = [](const QString&, int) { return true; };
 
     bool askYesNo(const QString& text) override
@@ -66,6 +68,11 @@ struct ScriptedPrompt : IFPrompt
         asked << QString("channels %1 of %2 proposed %3")
                      .arg(channels.join(','), nets.join(','), proposed.join(','));
         return channelAnswer ? *channelAnswer : proposal;
+    }
+    std::optional<CsvExportChoice> csvExportChoice(const CsvExportChoice&, bool absoluteTimeKnown) override
+    {
+        asked << QString("csv, absolute time %1").arg(absoluteTimeKnown ? "known" : "unknown");
+        return csvChoice;
     }
     QString fileFor(const QString& title)
     {
