@@ -207,6 +207,10 @@ private:
                 word(p, e);
             }
         }
+        if (!(f.flags & FrameFd) && f.length > 8) {
+            problem = "a classic frame holds at most 8 data bytes";
+            return false;
+        }
         problem = nullptr;
         return setTimeAndChannel(f, offset, bus);
     }

@@ -314,6 +314,15 @@ void TestCanLogs::damaged_data()
         << trc.left(at + trcLines[line - 1].size() - 2) << "peak-2.1.trc"
         << QStringLiteral(", line %1: fewer or other data bytes").arg(line) << before;
 
+    // 2.0 gives the data length in an "l" column, which must suit the type.
+    const QByteArray trc20 = readFile(kDataDir + "peak-2.0.trc");
+    const int data20 = trc20.indexOf("\n      2 ") + 1;
+    QTest::newRow("TRC 2.0 classic frame of 9 bytes")
+        << trc20.left(data20) + "      2        38.000 DT     05F8 Rx 9  01 02 03 04 05 06 07 08 09\n"
+        << "peak-2.0.trc" << QStringLiteral(", line %1: a classic frame holds at most 8 data bytes")
+                                 .arg(trc20.left(data20).count('\n') + 1)
+        << 1;
+
     const QByteArray blf = readFile(kDataDir + "vector.blf");
     const QVector<int> containers = blfObjects(blf);
     QTest::newRow("BLF cut inside a container")
