@@ -146,6 +146,9 @@ TablePlotConfig::TablePlotConfig(const NetTable& nets, const QVector<ValueAxisSe
         header->setData(Qt::ToolTipRole, QString());
         setHorizontalHeaderItem(col, header);
     }
+    // Qt raises every section to the header's minimum, about 30 pixels in
+    // most styles: "Col" and "Pos" are narrower.
+    horizontalHeader()->setMinimumSectionSize(narrowestSection);
     for (int col = 0; col < ColumnCount; ++col) {
         const bool described = col < int(std::size(columnLayouts));
         horizontalHeader()->setSectionResizeMode(col, described ? columnLayouts[col].mode

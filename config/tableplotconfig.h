@@ -65,6 +65,9 @@ public:
         ColumnCount = 24
     };
 
+    // The narrowest column of both tables ("Enable" of the description).
+    static constexpr int narrowestSection = 22;
+
     // Index of "BTR01" in the baud list; the entries before it are the baud
     // codes 0 to 13.
     static constexpr int BaudBtrIndex = 14;

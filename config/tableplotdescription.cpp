@@ -41,6 +41,7 @@ TablePlotDescription::TablePlotDescription(TablePlotConfig* config) : QTableWidg
         setColumnLocked(col, true);
     }
 
+    horizontalHeader()->setMinimumSectionSize(TablePlotConfig::narrowestSection);
     setColumnWidth(ColColor, config->columnWidth(TablePlotConfig::ColColor));
     setColumnWidth(ColEnable, 22);
     setColumnWidth(ColCount, 40);

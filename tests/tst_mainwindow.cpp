@@ -13,6 +13,7 @@
 #include <qwt_scale_div.h>
 
 #include <QDesktopServices>
+#include <QHeaderView>
 #include <QtTest>
 
 using TestSupport::ModalAnswerer;
@@ -74,6 +75,15 @@ private slots:
         for (QAction* action : GuiSupport::child<QToolBar>(&*window, "toolBar")->actions())
             QVERIFY2(action->isSeparator() || !action->icon().pixmap(16).isNull(),
                      qPrintable(action->text()));
+        // The narrow columns keep their widths below the header's usual minimum.
+        const auto width = [](QTableWidget* table, int col) {
+            return table->horizontalHeader()->sectionSize(col);
+        };
+        QCOMPARE((QVector<int>{width(window->tableConfig(), TablePlotConfig::ColColor),
+                               width(window->tableConfig(), TablePlotConfig::ColPos),
+                               width(window->tableDescription(), TablePlotDescription::ColEnable),
+                               width(window->tableConfig(), TablePlotConfig::ColDataType)}),
+                 (QVector<int>{25, 30, 22, 88}));
         // The time of day of a record started on day 200, whatever the locale.
         const GuiSupport::CommaLocale comma;
         window->showTimes(200 * 86400.0 + 47109.25, 12.3456);
