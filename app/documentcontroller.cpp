@@ -359,13 +359,17 @@ void DocumentController::offerPlotSize(uint32_t filePlotSize)
 {
     // The curves take their capacity from their own point count, whatever
     // the answer.
-    if (filePlotSize <= options.plotSize || filePlotSize > ProgramOptions::largestPlotSize)
+    if (filePlotSize <= options.plotSize)
         return;
-    if (prompt.askYesNo(tr("Plot size (%1) in the datafile is bigger than actual plot size (%2)!\n"
-                           "Should the plot size be increased?")
-                            .arg(filePlotSize)
-                            .arg(options.plotSize)))
+    if (!prompt.askYesNo(tr("Plot size (%1) in the datafile is bigger than actual plot size (%2)!\n"
+                            "Should the plot size be increased?")
+                             .arg(filePlotSize)
+                             .arg(options.plotSize)))
+        return;
+    if (ProgramOptions::plotSizeFits(filePlotSize))
         options.plotSize = filePlotSize;
+    else
+        prompt.showError(ProgramOptions::plotSizeRefusedText(filePlotSize, options.plotSize));
 }
 
 void DocumentController::readDataFile(const QString& fileName)

@@ -91,8 +91,11 @@ void SettingsController::applySettings(const Settings& settings)
     plot->replot();
 
     // Numbers are taken as they are, limits of the options dialog or not;
-    // only a plot size that no curve could allocate is cut.
-    m_options.plotSize = qMin(settings.plotSize, ProgramOptions::largestPlotSize);
+    // only a plot size that no curve could allocate is refused.
+    if (ProgramOptions::plotSizeFits(settings.plotSize))
+        m_options.plotSize = settings.plotSize;
+    else
+        prompt.showError(ProgramOptions::plotSizeRefusedText(settings.plotSize, m_options.plotSize));
     m_options.refreshTime = settings.refreshTime;
     m_options.lineWidth = settings.lineWidth;
     m_options.continuousScroll = settings.continuousScroll;

@@ -830,9 +830,17 @@ void TestFileIo::messages_data()
     QTest::newRow("data: No to the plot size")
         << "readData d.vtldat" << bigDataFile(8000) << no << QStringList{config, reset, size.arg(8000)}
         << loaded.arg(5000) + "0,0,0,0,0 0,0,0,0,0";
-    QTest::newRow("data: Yes to the plot size")
-        << "readData d.vtldat" << bigDataFile(8000) << yes << QStringList{config, reset, size.arg(8000)}
-        << loaded.arg(8000) + "0,0,0,0,0 0,0,0,0,0";
+    // Beyond the options dialog's limit a file still sets the plot size, up
+    // to what memory allows.
+    QTest::newRow("data: Yes to a plot size of 2,000,000")
+        << "readData d.vtldat" << bigDataFile(2000000) << yes << QStringList{config, reset, size.arg(2000000)}
+        << loaded.arg(2000000) + "0,0,0,0,0 0,0,0,0,0";
+    QTest::newRow("data: Yes to a plot size beyond the memory")
+        << "readData d.vtldat" << bigDataFile(4000000000u) << yes
+        << QStringList{config, reset, size.arg(4000000000u),
+                       "Not enough memory for a plot size of 4000000000 points (256000 MB for each curve).\n"
+                       "The plot size stays 5000."}
+        << loaded.arg(5000) + "0,0,0,0,0 0,0,0,0,0";
     QTest::newRow("data: plot size not bigger")
         << "readData d.vtldat" << bigDataFile(5000) << yes << QStringList{config, reset}
         << loaded.arg(5000) + "0,0,0,0,0 0,0,0,0,0";
@@ -1052,15 +1060,20 @@ void TestFileIo::settingsAtStart_data()
     QTest::newRow("first start writes the defaults") << QByteArray() << defaults << defaults << "";
     QTest::newRow("file") << bytesOf(custom) << describe(custom) << describe(custom) << "";
     // Any root; colour names, a colour not named keeping the default;
-    // decimal numbers, a plot size no curve could allocate cut; any number
-    // but 0 switching on.
+    // decimal numbers unchecked; any number but 0 switching on.
     QTest::newRow("hand-written")
-        << QByteArray(
-               R"(<Other BackgroundColor="red" GridColor="#123" Marker1Color="x" PlotSize="4000000000" )"
-               R"(RefreshTime="010" LineWidth="0" ContinousScoll="2" Antialiasing="yes"/>)")
-        << "#ff0000 #112233 #0000ff #0000ff size=1000000 refresh=10 width=0 scroll=1 antialiasing=0"
+        << QByteArray(R"(<Other BackgroundColor="red" GridColor="#123" Marker1Color="x" PlotSize="2000000" )"
+                      R"(RefreshTime="010" LineWidth="0" ContinousScoll="2" Antialiasing="yes"/>)")
+        << "#ff0000 #112233 #0000ff #0000ff size=2000000 refresh=10 width=0 scroll=1 antialiasing=0"
         << "#ff0000 #112233 #0000ff #0000ff size=100000 refresh=50 width=1 scroll=1 antialiasing=0"
         << "";
+    // 256 GB a curve: said, and the default kept.
+    QTest::newRow("plot size beyond the memory")
+        << QByteArray(
+               R"(<Vistrel PlotSize="4000000000" RefreshTime="250" LineWidth="1" ContinousScoll="1"/>)")
+        << defaults << defaults
+        << "Not enough memory for a plot size of 4000000000 points (256000 MB for each curve).\n"
+           "The plot size stays 5000.";
     QTest::newRow("not XML") << QByteArray("PlotSize=7") << defaults << defaults
                              << "Cannot parse xml-file " + path;
     // A link to nowhere: no file, and none can be written or read.
