@@ -182,9 +182,10 @@ void TestConvert::csvBytes_data()
     QTest::newRow("wide, last values")
         << two << filled << rates
         << QByteArray("time_s,speed,rpm\n0.1,1.5,\n0.15,1.5,800\n0.2,2.5,900\n0.3,3,900\n");
-    QTest::newRow("wide, a curve twice at one time")
-        << two << wide << std::vector<CsvSample>{{1, 1, 1, 0}, {1, 2, 2, 0}, {1, 7, 7, 1}}
-        << QByteArray("time_s,speed,rpm\n1,1,\n1,2,7\n");
+    QTest::newRow("wide, a curve twice at one time, quoted names")
+        << std::vector<CsvCurve>{{"say \"hi\"", ""}, {"a,b", ""}} << wide
+        << std::vector<CsvSample>{{1, 1, 1, 0}, {1, 2, 2, 0}, {1, 7, 7, 1}}
+        << QByteArray("time_s,\"say \"\"hi\"\"\",\"a,b\"\n1,1,\n1,2,7\n");
     QTest::newRow("quoting") << std::vector<CsvCurve>{{"a,b", "\"%\""},
                                                       {"two\nlines", "x"},
                                                       {"plain", "m\rs"}}
@@ -192,9 +193,6 @@ void TestConvert::csvBytes_data()
                              << std::vector<CsvSample>{{0, 1, 1, 0}, {0, 2, 2, 1}, {0, 3, 3, 2}}
                              << QByteArray("time_s,name,value,raw,unit\n0,\"a,b\",1,1,\"\"\"%\"\"\"\n"
                                            "0,\"two\nlines\",2,2,x\n0,plain,3,3,\"m\rs\"\n");
-    QTest::newRow("quoted names in the wide header")
-        << std::vector<CsvCurve>{{"say \"hi\"", ""}, {"a,b", ""}} << wide
-        << std::vector<CsvSample>{{0, 1, 1, 1}} << QByteArray("time_s,\"say \"\"hi\"\"\",\"a,b\"\n0,,1\n");
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double inf = std::numeric_limits<double>::infinity();
     QTest::newRow("unknown raw, not a number, infinities")
@@ -321,7 +319,6 @@ void TestConvert::driveMatchesCanmatrix_data()
         "pos=\"1\" datatype=\"3\" intmot=\"0\" mask=\"0xFF\" scale=\"0.25\" offset=\"0\" unit=\"rpm\"/>";
     writeFile(project, ("<Vistrel>" + row.arg(0) + row.arg(1) + "</Vistrel>").toUtf8());
     QTest::newRow("DBC") << QStringList{"--dbc", dbc, "-o", out, log} << "" << -1;
-    QTest::newRow("DBC to standard output") << QStringList{"--dbc", dbc, "-o", "-", log} << "" << -1;
     QTest::newRow("some signals") << QStringList{"--signals", "^WHEELS\\.|BATTERY", "--dbc", dbc, "-o", out,
                                                  log}
                                   << "^WHEELS\\.|BATTERY" << -1;
@@ -363,16 +360,15 @@ void TestConvert::driveMatchesCanmatrix()
     const QVector<QList<QByteArray>> got = rowsOf(csv);
     QCOMPARE(got.size(), expected.size());
     QVERIFY(expected.size() >= (channel == 1 ? 1 : 30));
-    for (int i = 0; i < got.size(); ++i) {
-        const QList<QByteArray>& g = got[i];
-        const QList<QByteArray>& e = expected[i];
-        QCOMPARE(g.size(), 5);
-        QCOMPARE(exact(g[0]), exact(e[0]));
-        QCOMPARE(g[1], e[1]);
-        QCOMPARE(exact(g[2]), exact(e[2]));
-        QCOMPARE(exact(g[3]), exact(e[3]));
-        QCOMPARE(g[4], e[4]);
-    }
+    // Numbers as their doubles in full.
+    const auto fields = [](QList<QByteArray> row) {
+        for (const int i : {0, 2, 3})
+            if (i < row.size())
+                row[i] = exact(row[i]);
+        return row.join(',');
+    };
+    for (int i = 0; i < got.size(); ++i)
+        QCOMPARE(fields(got[i]), fields(expected[i]));
 }
 
 void TestConvert::sortsOutOfOrderLogs_data()
@@ -550,7 +546,6 @@ void TestConvert::programExitCodes_data()
         comma << "LOCPATH=" + commaLocaleFolder();
     const QStringList none;
 
-    QTest::newRow("converts") << QStringList{"--dbc", dbc, "-o", out, log} << none << 0 << "";
     QTest::newRow("converts alike in a comma locale")
         << QStringList{"--dbc", dbc, "--layout", "wide", "--utc", "-o", out, log} << comma << 0 << "";
     QTest::newRow("help") << QStringList{"--help"} << none << 0 << usage.mid(1);
