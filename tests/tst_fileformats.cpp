@@ -85,14 +85,8 @@ QByteArray curveV1(const DataCurveRecordV1& r, const QVector<double>& xy = {})
 {
     Bytes b;
     b.n(r.recordType).n(r.recordSize).n(0, 16).t(r.color).t(r.name).n(r.net).n(r.baud).n(r.id).n(r.pos);
-    return b.n(r.dataType)
-        .n(r.byteOrder)
-        .f({r.scale, r.offset})
-        .t(r.unit)
-        .n(r.style)
-        .n(r.pointCount)
-        .f(xy)
-        .data;
+    b.n(r.dataType).n(r.byteOrder).f({r.scale, r.offset}).t(r.unit).n(r.style).n(r.pointCount);
+    return b.f(xy).data;
 }
 
 // Neighbouring int fields differ, so that a field read from its
@@ -209,10 +203,8 @@ private slots:
     void logs();
     void logOfHugeDevice();
     void projectWriter();
-    void projectReader_data();
-    void projectReader();
-    void settingsReader_data();
-    void settingsReader();
+    void documentReaders_data();
+    void documentReaders();
 };
 
 void TestFileFormats::initTestCase()
@@ -262,39 +254,39 @@ void TestFileFormats::dataReader_data()
     // count of nine. Three bytes behind them are no record.
     const Curves rpms{curveV1(rpm(840 + 80, 2), {9, 8, 7, 6, 5, 90, 80, 70, 60, 50}),
                       curveV1(rpm(840 + 63, 9), rpmPoints)};
-    QTest::newRow("current") << whole << "ok" << Curves{curve(speed(), speedPoints), curve(btr(), {0, 0})}
-                             << false;
+    const auto add = [](const char* name, const QByteArray& file, const Curves& curves, bool damaged,
+                        const char* header = "ok") {
+        QTest::newRow(name) << file << header << curves << damaged;
+    };
+    add("current", whole, {curve(speed(), speedPoints), curve(btr(), {0, 0})}, false);
     // A layout behind another tag or version, or one that can't be decoded,
     // is passed over: the record reads as one without.
-    QTest::newRow("current, bit layouts")
-        << header(96) + curve(trim(), speedPoints, trimBits) +
-               curve(speed(1, 0), {}, bits("DBCS", 2, 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, "0:a"))
-        << "ok" << Curves{curve(trim(), speedPoints, trimBits), curve(speed(1, 0))} << false;
-    QTest::newRow("layouts that can't be decoded")
-        << header(96) + curve(speed(1, 0), {}, bits("DBCS", 1, 60, 8, 0, 0, 0, 0, 0, 0, 0, 0, "0:a")) +
-               curve(speed(1, 0), {}, bits("DBCS", 1, 0, 16, 0, 0, 1, 0, 0, 0, 0, 0, ""))
-        << "ok" << Curves{curve(speed(1, 0)), curve(speed(1, 0))} << false;
-    QTest::newRow("middle, ranges not valid")
-        << middle << "ok" << Curves{middle.mid(32, 1160), middle.mid(1192)} << false;
-    QTest::newRow("oldest") << header(24) + rpms[0] + rpms[1] + "pad"
-                            << "ok" << Curves{curveV1(rpm(840 + 80, 2), {9, 8, 90, 80}), rpms[1]} << true;
+    add("current, bit layouts",
+        header(96) + curve(trim(), speedPoints, trimBits) +
+            curve(speed(1, 0), {}, bits("DBCS", 2, 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, "0:a")),
+        {curve(trim(), speedPoints, trimBits), curve(speed(1, 0))}, false);
+    add("layouts that can't be decoded",
+        header(96) + curve(speed(1, 0), {}, bits("DBCS", 1, 60, 8, 0, 0, 0, 0, 0, 0, 0, 0, "0:a")) +
+            curve(speed(1, 0), {}, bits("DBCS", 1, 0, 16, 0, 0, 1, 0, 0, 0, 0, 0, "")),
+        {curve(speed(1, 0)), curve(speed(1, 0))}, false);
+    add("middle, ranges not valid", middle, {middle.mid(32, 1160), middle.mid(1192)}, false);
+    add("oldest", header(24) + rpms[0] + rpms[1] + "pad",
+        {curveV1(rpm(840 + 80, 2), {9, 8, 90, 80}), rpms[1]}, true);
     // The count in the header isn't trusted: records end where the file does.
-    QTest::newRow("y lacks its last byte")
-        << whole.left(96 + 1096 + 63) << "ok" << Curves{curve(speed(), {2.5, 2.5, 2, -0.917, -0.917, 0.61})}
-        << true;
-    QTest::newRow("pointCount INT_MAX") << header(96) + curve(speed(1, INT_MAX), speedPoints) << "ok"
-                                        << Curves{curve(speed(1, INT_MAX))} << true;
-    QTest::newRow("negative pointCount, then a record")
-        << header(96) + curve(speed(1, -5)) + curve(btr(), {0, 0}) << "ok"
-        << Curves{curve(speed(1, -5)), curve(btr(), {0, 0})} << true;
-    QTest::newRow("oldest: record size INT_MAX")
-        << header(24) + curveV1(rpm(INT_MAX), rpmPoints) << "ok" << Curves{curveV1(rpm(INT_MAX))} << true;
+    add("y lacks its last byte", whole.left(96 + 1096 + 63),
+        {curve(speed(), {2.5, 2.5, 2, -0.917, -0.917, 0.61})}, true);
+    add("pointCount INT_MAX", header(96) + curve(speed(1, INT_MAX), speedPoints), {curve(speed(1, INT_MAX))},
+        true);
+    add("negative pointCount, then a record", header(96) + curve(speed(1, -5)) + curve(btr(), {0, 0}),
+        {curve(speed(1, -5)), curve(btr(), {0, 0})}, true);
+    add("oldest: record size INT_MAX", header(24) + curveV1(rpm(INT_MAX), rpmPoints), {curveV1(rpm(INT_MAX))},
+        true);
     // A size that points back into the record: no arrays, the next record follows at once.
-    QTest::newRow("oldest: record size pointing backwards")
-        << header(24) + curveV1(rpm(100)) + rpms[1] << "ok" << Curves{curveV1(rpm(100)), rpms[1]} << true;
-    QTest::newRow("empty file: type -1") << QByteArray() << "type -1" << Curves() << true;
-    QTest::newRow("size 95") << header(95) << "size 95" << Curves() << false;
-    QTest::newRow("type 3") << header(96, 3) << "type 3" << Curves() << false;
+    add("oldest: record size pointing backwards", header(24) + curveV1(rpm(100)) + rpms[1],
+        {curveV1(rpm(100)), rpms[1]}, true);
+    add("empty file: type -1", QByteArray(), {}, true, "type -1");
+    add("size 95", header(95), {}, false, "size 95");
+    add("type 3", header(96, 3), {}, false, "type 3");
 }
 
 void TestFileFormats::dataReader()
@@ -353,73 +345,56 @@ void TestFileFormats::logs_data()
 
     const QString d8 = "11,22,33,44,55,66,77,88";
     const QByteArray data = QByteArray::fromHex("0102030405060708");
-    QTest::newRow("text: heading, then frames")
-        << false
-        << "Trace\nNo\tTime\n" + lines("1 10:00:00 250 256 _ 2 34,12 / "
-                                       "2 10:00:01 0.5 1 _ 8 " +
-                                       d8)
-        << "100/2/3412@0 1/8/1122334455667788@0.7505" << 36000.25;
-    QTest::newRow("text: blank line in the heading")
-        << false << "Trace\n\n" + lines("1 10:00:00 0 5 _ 0") << "" << -1.0;
-    QTest::newRow("text: CRLF, a blank line ends the log")
-        << false
-        << QByteArray(lines("1 00:00:02 0 7 _ 1 0A") + '\n' + lines("2 00:00:03 0 7 _ 1 0B"))
-               .replace("\n", "\r\n")
-        << "7/1/0a@0" << 2.0;
-    QTest::newRow("text: midnight") << false
-                                    << lines(
-                                           "1 23:59:59 500 1 _ 0 / 2 00:00:00 250 1 _ 0 / 3 00:00:00 0 1 _ 0")
-                                    << "1/0/@0 1/0/@0.75 1/0/@86400.5" << 86399.5;
-    QTest::newRow("text: 29-bit, remote")
-        << false << lines("1 01:00:00 0 1000 RL 8 " + d8 + " / 2 01:00:00 1 1000 L 3 " + d8)
-        << "200003e8/10/1122334455667788@0 200003e8/3/1122334455667788@0.001" << 3600.0;
+    const auto add = [](const char* name, const QByteArray& bytes, const QString& frames, double origin) {
+        QTest::newRow(name) << QByteArray(name).startsWith("binary") << bytes << frames << origin;
+    };
+    add("text: heading, then frames",
+        "Trace\nNo\tTime\n" + lines("1 10:00:00 250 256 _ 2 34,12 / 2 10:00:01 0.5 1 _ 8 " + d8),
+        "100/2/3412@0 1/8/1122334455667788@0.7505", 36000.25);
+    add("text: blank line in the heading", "Trace\n\n" + lines("1 10:00:00 0 5 _ 0"), "", -1.0);
+    add("text: CRLF, a blank line ends the log",
+        QByteArray(lines("1 00:00:02 0 7 _ 1 0A") + '\n' + lines("2 00:00:03 0 7 _ 1 0B"))
+            .replace("\n", "\r\n"),
+        "7/1/0a@0", 2.0);
+    add("text: midnight", lines("1 23:59:59 500 1 _ 0 / 2 00:00:00 250 1 _ 0 / 3 00:00:00 0 1 _ 0"),
+        "1/0/@0 1/0/@0.75 1/0/@86400.5", 86399.5);
+    add("text: 29-bit, remote", lines("1 01:00:00 0 1000 RL 8 " + d8 + " / 2 01:00:00 1 1000 L 3 " + d8),
+        "200003e8/10/1122334455667788@0 200003e8/3/1122334455667788@0.001", 3600.0);
     // A line without milliseconds is passed over; an error line is no
     // frame, but the first one sets the origin.
-    QTest::newRow("text: error lines")
-        << false
-        << lines("1 09:00:00 x / 2 10:00:00 0 9 E 1 01 / 3 10:00:02 0 9 _ 1 02 / "
-                 "4 10:00:03 0 9 E 1 03")
-        << "9/1/02@2" << 36000.0;
+    add("text: error lines",
+        lines("1 09:00:00 x / 2 10:00:00 0 9 E 1 01 / 3 10:00:02 0 9 _ 1 02 / 4 10:00:03 0 9 E 1 03"),
+        "9/1/02@2", 36000.0);
     // "nan" and "inf" are no milliseconds: they would poison every later time.
-    QTest::newRow("text: nan and inf milliseconds")
-        << false
-        << lines("1 10:00:00 nan 5 _ 0 / 2 10:00:00 inf 5 _ 0 / 3 10:00:00 -inf 5 _ 0 / "
-                 "4 10:00:02 0 5 _ 1 0A / 5 10:00:03 NaN 5 _ 0")
-        << "5/1/0a@0" << 36002.0;
-    QTest::newRow("text: no numbers, lengths beyond 0 to 8")
-        << false
-        << lines("1 10:00:00 0 abc _ x zz,,7 / "
-                 "2 10:00:00 0 3 _ 12 " +
-                 d8 + " / 3 10:00:00 0 3 _ -1 " + d8)
-        << "0/0/000007@0 3/8/1122334455667788@0 3/0/1122334455667788@0" << 36000.0;
-    QTest::newRow("text: a line of 10 MB")
-        << false << QByteArray(10 << 20, '7') + '\n' + lines("1 00:00:01 0 2 _ 0") << "2/0/@0" << 1.0;
-    QTest::newRow("binary: two frames")
-        << true << rec(sec, 250, 0x123, data) + rec(sec + 2, 5, 0x20000456, data.left(2))
-        << "123/8/0102030405060708@0 20000456/2/0102@1.755" << daySeconds + 0.25;
+    add("text: nan and inf milliseconds",
+        lines("1 10:00:00 nan 5 _ 0 / 2 10:00:00 inf 5 _ 0 / 3 10:00:00 -inf 5 _ 0 / "
+              "4 10:00:02 0 5 _ 1 0A / 5 10:00:03 NaN 5 _ 0"),
+        "5/1/0a@0", 36002.0);
+    add("text: no numbers, lengths beyond 0 to 8",
+        lines("1 10:00:00 0 abc _ x zz,,7 / 2 10:00:00 0 3 _ 12 " + d8 + " / 3 10:00:00 0 3 _ -1 " + d8),
+        "0/0/000007@0 3/8/1122334455667788@0 3/0/1122334455667788@0", 36000.0);
+    add("text: a line of 10 MB", QByteArray(10 << 20, '7') + '\n' + lines("1 00:00:01 0 2 _ 0"), "2/0/@0",
+        1.0);
+    add("binary: two frames", rec(sec, 250, 0x123, data) + rec(sec + 2, 5, 0x20000456, data.left(2)),
+        "123/8/0102030405060708@0 20000456/2/0102@1.755", daySeconds + 0.25);
     // Lengths of 38 and less end with the 38 bytes; 10000 is skipped, 10001
     // ends the log, as does a record cut short.
-    QTest::newRow("binary: records of other kinds")
-        << true
-        << rec(50, 0, 0, {}, 0, 0, 3) + QByteArray(12, 0) + rec(20, 0, 0, {}, 0, 0, 1) +
-               rec(10000, 0, 0, {}, 0, 0, 0xFFFF) + QByteArray(9962, 0) + rec(sec, 0, 7, data) +
-               rec(10001, 0, 0, {}, 0, 0, 2) + rec(sec, 1, 7, data)
-        << "7/8/0102030405060708@0" << daySeconds;
-    QTest::newRow("binary: cut short")
-        << true << rec(sec, 0, 1) + rec(sec, 7, 2).left(37) << "1/0/@0" << daySeconds;
+    add("binary: records of other kinds",
+        rec(50, 0, 0, {}, 0, 0, 3) + QByteArray(12, 0) + rec(20, 0, 0, {}, 0, 0, 1) +
+            rec(10000, 0, 0, {}, 0, 0, 0xFFFF) + QByteArray(9962, 0) + rec(sec, 0, 7, data) +
+            rec(10001, 0, 0, {}, 0, 0, 2) + rec(sec, 1, 7, data),
+        "7/8/0102030405060708@0", daySeconds);
+    add("binary: cut short", rec(sec, 0, 1) + rec(sec, 7, 2).left(37), "1/0/@0", daySeconds);
     // Bit 30 marks no bus frame: it neither counts nor sets the origin.
-    QTest::newRow("binary: bit 30") << true
-                                    << rec(sec - 100, 0, 0x40000001) + rec(sec, 0, 1) +
-                                           rec(sec + 1, 0, 0x60000001)
-                                    << "1/0/@0" << daySeconds;
-    QTest::newRow("binary: microseconds with flag bit 15")
-        << true
-        << rec(sec, 0, 1) + rec(sec, 1, 1, {}, 500, 0x7FFF) + rec(sec, 2, 1, {}, uint16_t(-250), 0x8001)
-        << "1/0/@0 1/0/@0.001 1/0/@0.00175" << daySeconds;
+    add("binary: bit 30", rec(sec - 100, 0, 0x40000001) + rec(sec, 0, 1) + rec(sec + 1, 0, 0x60000001),
+        "1/0/@0", daySeconds);
+    add("binary: microseconds with flag bit 15",
+        rec(sec, 0, 1) + rec(sec, 1, 1, {}, 500, 0x7FFF) + rec(sec, 2, 1, {}, uint16_t(-250), 0x8001),
+        "1/0/@0 1/0/@0.001 1/0/@0.00175", daySeconds);
     // Two hours on is past the local midnight; a second back is the next day.
-    QTest::newRow("binary: past midnight, clock set back")
-        << true << rec(sec, 0, 1) + rec(sec + 7200, 0, 1) + rec(sec + 7199, 0, 1)
-        << "1/0/@0 1/0/@7200 1/0/@93599" << daySeconds;
+    add("binary: past midnight, clock set back",
+        rec(sec, 0, 1) + rec(sec + 7200, 0, 1) + rec(sec + 7199, 0, 1), "1/0/@0 1/0/@7200 1/0/@93599",
+        daySeconds);
 }
 
 void TestFileFormats::logs()
@@ -483,75 +458,60 @@ void TestFileFormats::projectWriter()
                           "A0@2:-100,100,10,1,1", "A1@3:0.1,1e+21,0.5,0,0"}));
 }
 
-void TestFileFormats::projectReader_data()
+// Projects, and settings ("settings" rows: the status, then the plot size).
+void TestFileFormats::documentReaders_data()
 {
     QTest::addColumn<QByteArray>("xml");
     QTest::addColumn<QStringList>("expected");
 
+    const auto add = [](const char* name, const QByteArray& xml, const QStringList& expected) {
+        QTest::newRow(name) << xml << expected;
+    };
+    const QStringList failed{QStringLiteral("status %1").arg(ProjectReadResult::ParseFailed)};
     // Only the position counts, not the number in the name or the root's
     // name; elements without attributes, others and comments are skipped
     // but counted; names are compared case-sensitively.
-    QTest::newRow("positions") << QByteArray(
-                                      "<Other v=\"9\"><Info a=\"1\"/><!-- x --><Graph7 name=\"a\"/><Graph/>"
-                                      "<graph1 name=\"c\"/><GraphXY name=\"b\"><Graph0 name=\"x\"/></GraphXY>"
-                                      "</Other>")
-                               << QStringList{"status 0", "G2{name=a}", "G5{name=b}"};
+    add("positions",
+        "<Other v=\"9\"><Info a=\"1\"/><!-- x --><Graph7 name=\"a\"/><Graph/><graph1 name=\"c\"/>"
+        "<GraphXY name=\"b\"><Graph0 name=\"x\"/></GraphXY></Other>",
+        {"status 0", "G2{name=a}", "G5{name=b}"});
     // Booleans above 0 are true; numbers in the C locale's form, else 0.
-    QTest::newRow("axes")
-        << QByteArray("<V><CustomAxis7 Min=\"-1e3\" Max=\"2.5E2\" Step=\"1,5\" Show=\"7\" Grid=\"-1\"/>"
-                      "<CustomAxis Show=\"yes\" Grid=\"1\"/><customaxis Min=\"1\"/></V>")
-        << QStringList{"status 0", "A1@0:-1000,250,0,1,0", "A0@1:0,0,0,0,1"};
-    QTest::newRow("UTF-8 without declaration")
-        << QByteArray("<V><Graph0 name=\"\xc3\xa9t\xc3\xa9\"/></V>")
-        << QStringList{"status 0", QString::fromUtf8("G0{name=\xc3\xa9t\xc3\xa9}")};
+    add("axes",
+        "<V><CustomAxis7 Min=\"-1e3\" Max=\"2.5E2\" Step=\"1,5\" Show=\"7\" Grid=\"-1\"/>"
+        "<CustomAxis Show=\"yes\" Grid=\"1\"/><customaxis Min=\"1\"/></V>",
+        {"status 0", "A1@0:-1000,250,0,1,0", "A0@1:0,0,0,0,1"});
+    add("UTF-8 without declaration", "<V><Graph0 name=\"\xc3\xa9t\xc3\xa9\"/></V>",
+        {"status 0", QString::fromUtf8("G0{name=\xc3\xa9t\xc3\xa9}")});
     // The parser recurses once per level: a deep document is refused before.
     const auto nested = [](int levels, const QByteArray& inner) {
         return QByteArray("<a>").repeated(levels) + inner + QByteArray("</a>").repeated(levels);
     };
-    QTest::newRow("256 levels") << "<V>" + nested(254, "<Graph0 name=\"a\"/>") + "</V>"
-                                << QStringList{"status 0"};
-    QTest::newRow("257 levels") << "<V>" + nested(256, "") + "</V>"
-                                << QStringList{
-                                       QStringLiteral("status %1").arg(ProjectReadResult::ParseFailed)};
-    QTest::newRow("25000 levels") << nested(25000, "")
-                                  << QStringList{
-                                         QStringLiteral("status %1").arg(ProjectReadResult::ParseFailed)};
+    add("256 levels", "<V>" + nested(254, "<Graph0 name=\"a\"/>") + "</V>", {"status 0"});
+    add("257 levels", "<V>" + nested(256, "") + "</V>", failed);
+    add("25000 levels", nested(25000, ""), failed);
     // A byte that isn't UTF-8 is no error of the document.
-    QTest::newRow("Latin-1 without declaration")
-        << QByteArray("<V><Graph0 name=\"\xe9t\xe9\"/></V>")
-        << QStringList{"status 0", QString("G0{name=%1t%1}").arg(QChar(QChar::ReplacementCharacter))};
-    QTest::newRow("unclosed root") << QByteArray("<Vistrel><Graph0 name=\"a\"/>")
-                                   << QStringList{
-                                          QStringLiteral("status %1").arg(ProjectReadResult::ParseFailed)};
+    add("Latin-1 without declaration", "<V><Graph0 name=\"\xe9t\xe9\"/></V>",
+        {"status 0", QString("G0{name=%1t%1}").arg(QChar(QChar::ReplacementCharacter))});
+    add("unclosed root", "<Vistrel><Graph0 name=\"a\"/>", failed);
+    // The plot size is taken as it stands, however large.
+    add("settings: plot size unchecked", "<X PlotSize=\"4000000000\"/>", {"status 0", "4000000000"});
+    add("settings: 25000 levels", "<X PlotSize=\"9\">" + QByteArray("<a>").repeated(25000) + "</X>",
+        {QStringLiteral("status %1").arg(SettingsReadResult::ParseFailed), "0"});
 }
 
-void TestFileFormats::projectReader()
+void TestFileFormats::documentReaders()
 {
     QFETCH(QByteArray, xml);
     QFETCH(QStringList, expected);
     QBuffer buffer(&xml);
-    QCOMPARE(summary(readProjectDocument(&buffer)), expected);
-}
-
-void TestFileFormats::settingsReader_data()
-{
-    QTest::addColumn<QByteArray>("xml");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<unsigned>("plotSize");
-
-    // The plot size is taken as it stands, however large.
-    QTest::newRow("plot size unchecked") << QByteArray("<X PlotSize=\"4000000000\"/>") << 0 << 4000000000u;
-    QTest::newRow("25000 levels") << "<X PlotSize=\"9\">" + QByteArray("<a>").repeated(25000) + "</X>"
-                                  << int(SettingsReadResult::ParseFailed) << 0u;
-}
-
-void TestFileFormats::settingsReader()
-{
-    QFETCH(QByteArray, xml);
-    QBuffer buffer(&xml);
-    const SettingsReadResult result = readSettingsDocument(&buffer);
-    QTEST(int(result.status), "status");
-    QTEST(result.settings.plotSize, "plotSize");
+    if (QByteArray(QTest::currentDataTag()).startsWith("settings")) {
+        const SettingsReadResult result = readSettingsDocument(&buffer);
+        QCOMPARE((QStringList{QStringLiteral("status %1").arg(result.status),
+                              QString::number(result.settings.plotSize)}),
+                 expected);
+    } else {
+        QCOMPARE(summary(readProjectDocument(&buffer)), expected);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestFileFormats)
