@@ -230,21 +230,39 @@ private slots:
 
     // One run end to end: a row gets 100, 200 and -300 at 1, 2 and 2.5 s of
     // the interface's clock, whose counter at Start is run time 0. A second
-    // row, on a net without timestamps, gets a batch in software time.
+    // row, on a net without timestamps, gets a batch in software time. Two
+    // rows described bit by bit read the same frames: a 9-bit signed Motorola
+    // signal scaled by -0.02, and a signal only of frames whose byte 5 holds
+    // 3, with the names of its raw values in the online and marker cells.
     void liveRun()
     {
         openWindow(nets);
-        addRow({});
-        addRow({1});
+        for (const int net : {0, 1, 0, 0})
+            addRow({net});
+        TablePlotConfig* table = window->tableConfig();
+        for (const auto& [row, layout, scale, offset] :
+             {std::tuple(2, "24|9@0-", "-0.02", "0"), {3, "48|8@1+ m3 40|8@1", "0.5", "1"}}) {
+            table->setSignalText(row, layout);
+            table->setScaleText(row, scale);
+            table->setOffsetText(row, offset);
+        }
+        table->setValueTableCell(3, "4:Drive;6:Park");
         QCOMPARE(tessTestSetTimestamp(0, 5000000), 0);
         startStop();
-        QVERIFY(tessTestWaitForReaders(0, 1, 5000) == 0 && tessTestWaitForReaders(1, 1, 5000) == 0);
-        const TessFrameT frames[] = {frameT(0x100, {100, 0}, 6000000), frameT(0x100, {200, 0}, 7000000),
-                                     frameT(0x100, {0xD4, 0xFE}, 7500000)};
+        QVERIFY(tessTestWaitForReaders(0, 3, 5000) == 0 && tessTestWaitForReaders(1, 1, 5000) == 0);
+        // The Motorola word: bit 0 of byte 3, then byte 4.
+        const TessFrameT frames[] = {frameT(0x100, {100, 0, 0, 1, 0x80, 3, 6, 0}, 6000000),
+                                     frameT(0x100, {200, 0, 0, 0, 0x7F, 2, 9, 0}, 7000000),
+                                     frameT(0x100, {0xD4, 0xFE, 0, 1, 0xFF, 3, 4, 0}, 7500000)};
         QCOMPARE(tessTestInjectT(0, frames, 3), 0);
         QCOMPARE(tessTestInject(1, std::vector<TessFrame>(3, frame(0x100, {1, 0})).data(), 3), 0);
-        QTRY_COMPARE(cell(Description::ColCount), QStringLiteral("3"));
-        QTRY_COMPARE(window->tableDescription()->text(1, Description::ColCount), QStringLiteral("3"));
+        const auto column = [this](int col) {
+            QStringList texts;
+            for (int row = 0; row < window->tableDescription()->rowCount(); ++row)
+                texts << window->tableDescription()->text(row, col);
+            return texts;
+        };
+        QTRY_COMPARE(column(Description::ColCount), (QStringList{"3", "3", "3", "2"}));
         // Stamped 40 us apart from the read's moment on, newest first.
         const PlotCurve& soft = *window->curves().at(1);
         QCOMPARE(qRound((soft.xValues[1] - soft.xValues[2]) * 1e6), 40);
@@ -259,6 +277,14 @@ private slots:
         QCOMPARE(QVector<double>(curve.yValues.get(), curve.yValues.get() + 4),
                  (QVector<double>{scaled(-300), scaled(-300), scaled(200), scaled(100)}));
         QCOMPARE(curve.plotItem->dataSize(), size_t(4));
+        const auto points = [this](int row) {
+            const PlotCurve& c = *window->curves().at(row);
+            return QVector<double>(c.xValues.get(), c.xValues.get() + c.pointCount()) +
+                   QVector<double>(c.yValues.get(), c.yValues.get() + c.pointCount());
+        };
+        QCOMPARE(points(2),
+                 (QVector<double>{2.5, 2.5, 2, 1, -1 * -0.02, -1 * -0.02, 127 * -0.02, -128 * -0.02}));
+        QCOMPARE(points(3), (QVector<double>{2.5, 2.5, 1, 4 * 0.5 + 1, 4 * 0.5 + 1, 6 * 0.5 + 1}));
         QCOMPARE(QStringList({cell(Description::ColRawValue), cell(Description::ColCurrentValue),
                               cell(Description::ColTime)}),
                  QStringList({"-300.000", QString::asprintf("%0.3f", scaled(-300)), "2.500"}));
@@ -283,6 +309,12 @@ private slots:
         }
         QCOMPARE(GuiSupport::child<QPushButton>(&*window, "pushButtonDMarker")->text(),
                  QStringLiteral("dM: 1.000 s"));
+        // The bit-level rows: the mux row's frame at 2 s is no sample.
+        window->plot()->setMarker1(2.2);
+        QCOMPARE(column(Description::ColRawValue).mid(2) + column(Description::ColCurrentValue).mid(2),
+                 (QStringList{"-1.000", "4.000", "0.020", "3.000 (Drive)"}));
+        QCOMPARE(column(Description::ColM1).value(3) + '|' + column(Description::ColM2).value(3),
+                 QStringLiteral("4.000 (Park)/6.000   [1.000 s]|3.000 (Drive)/4.000   [2.500 s]"));
 
         // The next Start asks nothing and begins with a new, empty curve.
         const ModalAnswerer noQuestion(QMessageBox::No);
@@ -396,57 +428,6 @@ private slots:
         QTableWidgetItem* item = window->tableDescription()->item(0, Description::ColCurrentValue);
         QCOMPARE(item->background().color() == Qt::red, flagged);
         QCOMPARE(item->toolTip(), flagged ? "curve has values out of viewport range" : "");
-    }
-
-    // Rows described bit by bit: a 9-bit signed Motorola signal scaled by
-    // -0.02 from every frame, and a signal only from frames whose Intel byte
-    // 0 holds 3, with the names of its raw values in the online and marker
-    // cells.
-    void bitLevelRows()
-    {
-        openWindow(nets);
-        addRow({});
-        addRow({});
-        TablePlotConfig* table = window->tableConfig();
-        for (const auto& [row, layout, scale, offset] :
-             {std::tuple(0, "24|9@0-", "-0.02", "0"), {1, "8|8@1+ m3 0|8@1", "0.5", "1"}}) {
-            table->setSignalText(row, layout);
-            table->setScaleText(row, scale);
-            table->setOffsetText(row, offset);
-        }
-        table->setValueTableCell(1, "4:Drive;6:Park");
-        QCOMPARE(tessTestSetTimestamp(0, 5000000), 0);
-        startStop();
-        QCOMPARE(tessTestWaitForReaders(0, 2, 5000), 0);
-        // Bits 24 to 16 of the Motorola word: bit 0 of byte 3, then byte 4.
-        const TessFrameT frames[] = {frameT(0x100, {3, 6, 0, 1, 0x80, 0, 0, 0}, 6000000),
-                                     frameT(0x100, {2, 9, 0, 0, 0x7F, 0, 0, 0}, 7000000),
-                                     frameT(0x100, {3, 4, 0, 1, 0xFF, 0, 0, 0}, 7500000)};
-        QCOMPARE(tessTestInjectT(0, frames, 3), 0);
-        QTRY_COMPARE(cell(Description::ColCount) + window->tableDescription()->text(1, Description::ColCount),
-                     QStringLiteral("32"));
-        startStop();
-        // The live point, then the samples newest first.
-        const auto points = [this](int row) {
-            const PlotCurve& curve = *window->curves().at(row);
-            const int n = curve.pointCount();
-            return QVector<double>(curve.xValues.get(), curve.xValues.get() + n) +
-                   QVector<double>(curve.yValues.get(), curve.yValues.get() + n);
-        };
-        QCOMPARE(points(0),
-                 (QVector<double>{2.5, 2.5, 2, 1, -1 * -0.02, -1 * -0.02, 127 * -0.02, -128 * -0.02}));
-        QCOMPARE(points(1), (QVector<double>{2.5, 2.5, 1, 4 * 0.5 + 1, 4 * 0.5 + 1, 6 * 0.5 + 1}));
-        window->plot()->setMarker1(1.5);
-        window->plot()->setMarker2(9.0);
-        QStringList texts;
-        for (int row = 0; row < 2; ++row) {
-            for (const int col : {Description::ColRawValue, Description::ColCurrentValue, Description::ColM1,
-                                  Description::ColM2})
-                texts << window->tableDescription()->text(row, col);
-        }
-        QCOMPARE(texts.mid(0, 2), (QStringList{"-1.000", "0.020"}));
-        QCOMPARE(texts.mid(4), (QStringList{"4.000", "3.000 (Drive)", "4.000 (Park)/6.000   [1.000 s]",
-                                            "3.000 (Drive)/4.000   [2.500 s]"}));
     }
 
     // 500 frames a second at an even pace give the net's frame rate and bus load over the last
