@@ -35,6 +35,37 @@ const QString nets =
 struct RowSetup { int net = 0; QString id = "0x100"; int baudIndex = 0; bool is29Bit = false; };
 // clang-format on
 
+// clang-format off
+// batches: frames appended between two refreshes.
+const struct { const char* name; unsigned capacity; QList<int> batches; bool withNaN; } storeRows[] = {
+    {"filling",                       50,   {1, 3, 0, 10, 2},              false},
+    {"wrapping",                      7,    {3, 3, 3, 1, 0, 6, 2},         false},
+    {"more than the ring at once",    7,    {5, 20, 1, 8, 3},              false},
+    {"extremes leave the ring, NaN",  10,   {4, 4, 4, 4, 4, 9, 4},         true},
+    {"ring of one",                   1,    {1, 0, 2, 1, 5},               false},
+    {"read batches of 2047",          5000, {2047, 2047, 2047, 2047, 11}, false}};
+
+// wait: -1 never started; 1 for a blocked read; 2 for failing id adds.
+const struct { const char* name; int net, baud, id, wait; QString message; } endingRows[] = {
+    {"never started",            0, 2,  canId, -1, ""},
+    {"stop as the thread starts", 0, 2, canId, 0,  ""},
+    {"stop while a read waits",  0, 2,  canId, 1,  ""},
+    {"stop while id adds fail",  0, 2,  canId, 2,  ""},
+    {"net does not exist",       7, 2,  canId, 0,  "Cannot open Net 7."},
+    {"baud fails",               0, 13, canId, 0,  "Cannot set Baudrate (Net 0 Baud 13)."},
+    {"BTR baud fails, signed",   0, int(TESS_BAUD_BTR | 0x001C), canId, 0, "Cannot set Baudrate (Net 0 Baud -2147483620)."},
+    {"29-bit id without 2b",     1, 2,  int(0x1ABCDE | TESS_ID_29BIT), 0,
+     "Interface does not support 29-bit identifier (Net 1 Id: 1752286)."}};
+
+// Scale 1, offset 0; values oldest first.
+const struct { const char* name; int axis; QList<int> values; bool flagged; } viewportRows[] = {
+    {"at both limits",                   0, {-100, 100}, false},
+    {"above the maximum",                0, {101},       true},
+    {"below the minimum, newest inside", 0, {-101, 0},   true},
+    {"right axis, below 0",              1, {-1},        true},
+    {"right axis, at 100",               1, {0, 100},    false}};
+// clang-format on
+
 std::vector<TessFrameT> ringFrames(PlotCurve& curve)
 {
     const CurveLock lock(curve.mutex);
@@ -111,24 +142,10 @@ private slots:
     // model does, and each refresh gives the arrays and bounds of a decode of
     // the model. Of eight frames one is remote, one too short; every seventh
     // has a lost count; values jump far out and back.
-    void storeAndRefresh_data()
-    {
-        QTest::addColumn<unsigned>("capacity");
-        QTest::addColumn<QList<int>>("batches"); // frames appended between two refreshes
-        QTest::addColumn<bool>("withNaN");
-        QTest::newRow("filling") << 50u << QList<int>{1, 3, 0, 10, 2} << false;
-        QTest::newRow("wrapping") << 7u << QList<int>{3, 3, 3, 1, 0, 6, 2} << false;
-        QTest::newRow("more than the ring at once") << 7u << QList<int>{5, 20, 1, 8, 3} << false;
-        QTest::newRow("extremes leave the ring, NaN") << 10u << QList<int>{4, 4, 4, 4, 4, 9, 4} << true;
-        QTest::newRow("ring of one") << 1u << QList<int>{1, 0, 2, 1, 5} << false;
-        QTest::newRow("read batches of 2047") << 5000u << QList<int>{2047, 2047, 2047, 2047, 11} << false;
-    }
-
+    void storeAndRefresh_data() { addRows(storeRows); }
     void storeAndRefresh()
     {
-        QFETCH(unsigned, capacity);
-        QFETCH(QList<int>, batches);
-        QFETCH(bool, withNaN);
+        const auto& [name, capacity, batches, withNaN] = tableRow(storeRows);
         openWindow(QString());
         const auto curve = makeCurve(0, 2, canId, capacity);
         curve->timestampFrequency = 1000;
@@ -175,33 +192,10 @@ private slots:
     // A thread that gives up says why once, leaves an empty ring and, if it
     // got a handle, leaves it to Stop. Stop ends the thread in every state,
     // by flag and close, and leaves no handle; a second Stop does nothing.
-    void endings_data()
-    {
-        QTest::addColumn<int>("net");
-        QTest::addColumn<int>("baud");
-        QTest::addColumn<int>("id");
-        QTest::addColumn<int>("wait"); // -1 never started; 1 for a blocked read; 2 for failing id adds
-        QTest::addColumn<QString>("message");
-        QTest::newRow("never started") << 0 << 2 << canId << -1 << QString();
-        QTest::newRow("stop as the thread starts") << 0 << 2 << canId << 0 << QString();
-        QTest::newRow("stop while a read waits") << 0 << 2 << canId << 1 << QString();
-        QTest::newRow("stop while id adds fail") << 0 << 2 << canId << 2 << QString();
-        QTest::newRow("net does not exist") << 7 << 2 << canId << 0 << "Cannot open Net 7.";
-        QTest::newRow("baud fails") << 0 << 13 << canId << 0 << "Cannot set Baudrate (Net 0 Baud 13).";
-        QTest::newRow("BTR baud fails, signed") << 0 << int(TESS_BAUD_BTR | 0x001C) << canId << 0
-                                                << "Cannot set Baudrate (Net 0 Baud -2147483620).";
-        QTest::newRow("29-bit id without 2b")
-            << 1 << 2 << int(0x1ABCDE | TESS_ID_29BIT) << 0
-            << "Interface does not support 29-bit identifier (Net 1 Id: 1752286).";
-    }
-
+    void endings_data() { addRows(endingRows); }
     void endings()
     {
-        QFETCH(int, net);
-        QFETCH(int, baud);
-        QFETCH(int, id);
-        QFETCH(int, wait);
-        QFETCH(QString, message);
+        const auto& [name, net, baud, id, wait, message] = tableRow(endingRows);
         openWindow(nets);
         QCOMPARE(tessTestSetFailure(0, TESS_TEST_FAIL_SET_BAUDRATE, message.contains("Baud") ? -1 : 0), 0);
         QCOMPARE(tessTestSetFailure(0, TESS_TEST_FAIL_ID_ADD, wait == 2 ? -1 : 0), 0);
@@ -395,23 +389,10 @@ private slots:
 
     // Scale 1, offset 0: a value at an axis limit is inside; one beyond flags the "Current Value" cell
     // for as long as the ring holds it. The right axis counts, shown or not.
-    void outOfViewportFlag_data()
-    {
-        QTest::addColumn<int>("axis");
-        QTest::addColumn<QList<int>>("values"); // oldest first
-        QTest::addColumn<bool>("flagged");
-        QTest::newRow("at both limits") << 0 << QList<int>{-100, 100} << false;
-        QTest::newRow("above the maximum") << 0 << QList<int>{101} << true;
-        QTest::newRow("below the minimum, newest inside") << 0 << QList<int>{-101, 0} << true;
-        QTest::newRow("right axis, below 0") << 1 << QList<int>{-1} << true;
-        QTest::newRow("right axis, at 100") << 1 << QList<int>{0, 100} << false;
-    }
-
+    void outOfViewportFlag_data() { addRows(viewportRows); }
     void outOfViewportFlag()
     {
-        QFETCH(int, axis);
-        QFETCH(QList<int>, values);
-        QFETCH(bool, flagged);
+        const auto& [name, axis, values, flagged] = tableRow(viewportRows);
         openWindow(nets);
         addRow({});
         window->tableConfig()->setValueAxis(0, axis);
