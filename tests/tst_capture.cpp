@@ -35,6 +35,37 @@ const QString nets =
 struct RowSetup { int net = 0; QString id = "0x100"; int baudIndex = 0; bool is29Bit = false; };
 // clang-format on
 
+// clang-format off
+// batches: frames appended between two refreshes.
+const struct { const char* name; unsigned capacity; QList<int> batches; bool withNaN; } storeRows[] = {
+    {"filling",                       50,   {1, 3, 0, 10, 2},              false},
+    {"wrapping",                      7,    {3, 3, 3, 1, 0, 6, 2},         false},
+    {"more than the ring at once",    7,    {5, 20, 1, 8, 3},              false},
+    {"extremes leave the ring, NaN",  10,   {4, 4, 4, 4, 4, 9, 4},         true},
+    {"ring of one",                   1,    {1, 0, 2, 1, 5},               false},
+    {"read batches of 2047",          5000, {2047, 2047, 2047, 2047, 11}, false}};
+
+// wait: -1 never started; 1 for a blocked read; 2 for failing id adds.
+const struct { const char* name; int net, baud, id, wait; QString message; } endingRows[] = {
+    {"never started",            0, 2,  canId, -1, ""},
+    {"stop as the thread starts", 0, 2, canId, 0,  ""},
+    {"stop while a read waits",  0, 2,  canId, 1,  ""},
+    {"stop while id adds fail",  0, 2,  canId, 2,  ""},
+    {"net does not exist",       7, 2,  canId, 0,  "Cannot open Net 7."},
+    {"baud fails",               0, 13, canId, 0,  "Cannot set Baudrate (Net 0 Baud 13)."},
+    {"BTR baud fails, signed",   0, int(TESS_BAUD_BTR | 0x001C), canId, 0, "Cannot set Baudrate (Net 0 Baud -2147483620)."},
+    {"29-bit id without 2b",     1, 2,  int(0x1ABCDE | TESS_ID_29BIT), 0,
+     "Interface does not support 29-bit identifier (Net 1 Id: 1752286)."}};
+
+// Scale 1, offset 0; values oldest first.
+const struct { const char* name; int axis; QList<int> values; bool flagged; } viewportRows[] = {
+    {"at both limits",                   0, {-100, 100}, false},
+    {"above the maximum",                0, {101},       true},
+    {"below the minimum, newest inside", 0, {-101, 0},   true},
+    {"right axis, below 0",              1, {-1},        true},
+    {"right axis, at 100",               1, {0, 100},    false}};
+// clang-format on
+
 std::vector<TessFrameT> ringFrames(PlotCurve& curve)
 {
     const CurveLock lock(curve.mutex);
@@ -111,24 +142,10 @@ private slots:
     // model does, and each refresh gives the arrays and bounds of a decode of
     // the model. Of eight frames one is remote, one too short; every seventh
     // has a lost count; values jump far out and back.
-    void storeAndRefresh_data()
-    {
-        QTest::addColumn<unsigned>("capacity");
-        QTest::addColumn<QList<int>>("batches"); // frames appended between two refreshes
-        QTest::addColumn<bool>("withNaN");
-        QTest::newRow("filling") << 50u << QList<int>{1, 3, 0, 10, 2} << false;
-        QTest::newRow("wrapping") << 7u << QList<int>{3, 3, 3, 1, 0, 6, 2} << false;
-        QTest::newRow("more than the ring at once") << 7u << QList<int>{5, 20, 1, 8, 3} << false;
-        QTest::newRow("extremes leave the ring, NaN") << 10u << QList<int>{4, 4, 4, 4, 4, 9, 4} << true;
-        QTest::newRow("ring of one") << 1u << QList<int>{1, 0, 2, 1, 5} << false;
-        QTest::newRow("read batches of 2047") << 5000u << QList<int>{2047, 2047, 2047, 2047, 11} << false;
-    }
-
+    void storeAndRefresh_data() { addRows(storeRows); }
     void storeAndRefresh()
     {
-        QFETCH(unsigned, capacity);
-        QFETCH(QList<int>, batches);
-        QFETCH(bool, withNaN);
+        const auto& [name, capacity, batches, withNaN] = tableRow(storeRows);
         openWindow(QString());
         const auto curve = makeCurve(0, 2, canId, capacity);
         curve->timestampFrequency = 1000;
@@ -175,33 +192,10 @@ private slots:
     // A thread that gives up says why once, leaves an empty ring and, if it
     // got a handle, leaves it to Stop. Stop ends the thread in every state,
     // by flag and close, and leaves no handle; a second Stop does nothing.
-    void endings_data()
-    {
-        QTest::addColumn<int>("net");
-        QTest::addColumn<int>("baud");
-        QTest::addColumn<int>("id");
-        QTest::addColumn<int>("wait"); // -1 never started; 1 for a blocked read; 2 for failing id adds
-        QTest::addColumn<QString>("message");
-        QTest::newRow("never started") << 0 << 2 << canId << -1 << QString();
-        QTest::newRow("stop as the thread starts") << 0 << 2 << canId << 0 << QString();
-        QTest::newRow("stop while a read waits") << 0 << 2 << canId << 1 << QString();
-        QTest::newRow("stop while id adds fail") << 0 << 2 << canId << 2 << QString();
-        QTest::newRow("net does not exist") << 7 << 2 << canId << 0 << "Cannot open Net 7.";
-        QTest::newRow("baud fails") << 0 << 13 << canId << 0 << "Cannot set Baudrate (Net 0 Baud 13).";
-        QTest::newRow("BTR baud fails, signed") << 0 << int(TESS_BAUD_BTR | 0x001C) << canId << 0
-                                                << "Cannot set Baudrate (Net 0 Baud -2147483620).";
-        QTest::newRow("29-bit id without 2b")
-            << 1 << 2 << int(0x1ABCDE | TESS_ID_29BIT) << 0
-            << "Interface does not support 29-bit identifier (Net 1 Id: 1752286).";
-    }
-
+    void endings_data() { addRows(endingRows); }
     void endings()
     {
-        QFETCH(int, net);
-        QFETCH(int, baud);
-        QFETCH(int, id);
-        QFETCH(int, wait);
-        QFETCH(QString, message);
+        const auto& [name, net, baud, id, wait, message] = tableRow(endingRows);
         openWindow(nets);
         QCOMPARE(tessTestSetFailure(0, TESS_TEST_FAIL_SET_BAUDRATE, message.contains("Baud") ? -1 : 0), 0);
         QCOMPARE(tessTestSetFailure(0, TESS_TEST_FAIL_ID_ADD, wait == 2 ? -1 : 0), 0);
@@ -230,21 +224,39 @@ private slots:
 
     // One run end to end: a row gets 100, 200 and -300 at 1, 2 and 2.5 s of
     // the interface's clock, whose counter at Start is run time 0. A second
-    // row, on a net without timestamps, gets a batch in software time.
+    // row, on a net without timestamps, gets a batch in software time. Two
+    // rows described bit by bit read the same frames: a 9-bit signed Motorola
+    // signal scaled by -0.02, and a signal only of frames whose byte 5 holds
+    // 3, with the names of its raw values in the online and marker cells.
     void liveRun()
     {
         openWindow(nets);
-        addRow({});
-        addRow({1});
+        for (const int net : {0, 1, 0, 0})
+            addRow({net});
+        TablePlotConfig* table = window->tableConfig();
+        for (const auto& [row, layout, scale, offset] :
+             {std::tuple(2, "24|9@0-", "-0.02", "0"), {3, "48|8@1+ m3 40|8@1", "0.5", "1"}}) {
+            table->setSignalText(row, layout);
+            table->setScaleText(row, scale);
+            table->setOffsetText(row, offset);
+        }
+        table->setValueTableCell(3, "4:Drive;6:Park");
         QCOMPARE(tessTestSetTimestamp(0, 5000000), 0);
         startStop();
-        QVERIFY(tessTestWaitForReaders(0, 1, 5000) == 0 && tessTestWaitForReaders(1, 1, 5000) == 0);
-        const TessFrameT frames[] = {frameT(0x100, {100, 0}, 6000000), frameT(0x100, {200, 0}, 7000000),
-                                     frameT(0x100, {0xD4, 0xFE}, 7500000)};
+        QVERIFY(tessTestWaitForReaders(0, 3, 5000) == 0 && tessTestWaitForReaders(1, 1, 5000) == 0);
+        // The Motorola word: bit 0 of byte 3, then byte 4.
+        const TessFrameT frames[] = {frameT(0x100, {100, 0, 0, 1, 0x80, 3, 6, 0}, 6000000),
+                                     frameT(0x100, {200, 0, 0, 0, 0x7F, 2, 9, 0}, 7000000),
+                                     frameT(0x100, {0xD4, 0xFE, 0, 1, 0xFF, 3, 4, 0}, 7500000)};
         QCOMPARE(tessTestInjectT(0, frames, 3), 0);
         QCOMPARE(tessTestInject(1, std::vector<TessFrame>(3, frame(0x100, {1, 0})).data(), 3), 0);
-        QTRY_COMPARE(cell(Description::ColCount), QStringLiteral("3"));
-        QTRY_COMPARE(window->tableDescription()->text(1, Description::ColCount), QStringLiteral("3"));
+        const auto column = [this](int col) {
+            QStringList texts;
+            for (int row = 0; row < window->tableDescription()->rowCount(); ++row)
+                texts << window->tableDescription()->text(row, col);
+            return texts;
+        };
+        QTRY_COMPARE(column(Description::ColCount), (QStringList{"3", "3", "3", "2"}));
         // Stamped 40 us apart from the read's moment on, newest first.
         const PlotCurve& soft = *window->curves().at(1);
         QCOMPARE(qRound((soft.xValues[1] - soft.xValues[2]) * 1e6), 40);
@@ -259,6 +271,14 @@ private slots:
         QCOMPARE(QVector<double>(curve.yValues.get(), curve.yValues.get() + 4),
                  (QVector<double>{scaled(-300), scaled(-300), scaled(200), scaled(100)}));
         QCOMPARE(curve.plotItem->dataSize(), size_t(4));
+        const auto points = [this](int row) {
+            const PlotCurve& c = *window->curves().at(row);
+            return QVector<double>(c.xValues.get(), c.xValues.get() + c.pointCount()) +
+                   QVector<double>(c.yValues.get(), c.yValues.get() + c.pointCount());
+        };
+        QCOMPARE(points(2),
+                 (QVector<double>{2.5, 2.5, 2, 1, -1 * -0.02, -1 * -0.02, 127 * -0.02, -128 * -0.02}));
+        QCOMPARE(points(3), (QVector<double>{2.5, 2.5, 1, 4 * 0.5 + 1, 4 * 0.5 + 1, 6 * 0.5 + 1}));
         QCOMPARE(QStringList({cell(Description::ColRawValue), cell(Description::ColCurrentValue),
                               cell(Description::ColTime)}),
                  QStringList({"-300.000", QString::asprintf("%0.3f", scaled(-300)), "2.500"}));
@@ -283,6 +303,12 @@ private slots:
         }
         QCOMPARE(GuiSupport::child<QPushButton>(&*window, "pushButtonDMarker")->text(),
                  QStringLiteral("dM: 1.000 s"));
+        // The bit-level rows: the mux row's frame at 2 s is no sample.
+        window->plot()->setMarker1(2.2);
+        QCOMPARE(column(Description::ColRawValue).mid(2) + column(Description::ColCurrentValue).mid(2),
+                 (QStringList{"-1.000", "4.000", "0.020", "3.000 (Drive)"}));
+        QCOMPARE(column(Description::ColM1).value(3) + '|' + column(Description::ColM2).value(3),
+                 QStringLiteral("4.000 (Park)/6.000   [1.000 s]|3.000 (Drive)/4.000   [2.500 s]"));
 
         // The next Start asks nothing and begins with a new, empty curve.
         const ModalAnswerer noQuestion(QMessageBox::No);
@@ -363,23 +389,10 @@ private slots:
 
     // Scale 1, offset 0: a value at an axis limit is inside; one beyond flags the "Current Value" cell
     // for as long as the ring holds it. The right axis counts, shown or not.
-    void outOfViewportFlag_data()
-    {
-        QTest::addColumn<int>("axis");
-        QTest::addColumn<QList<int>>("values"); // oldest first
-        QTest::addColumn<bool>("flagged");
-        QTest::newRow("at both limits") << 0 << QList<int>{-100, 100} << false;
-        QTest::newRow("above the maximum") << 0 << QList<int>{101} << true;
-        QTest::newRow("below the minimum, newest inside") << 0 << QList<int>{-101, 0} << true;
-        QTest::newRow("right axis, below 0") << 1 << QList<int>{-1} << true;
-        QTest::newRow("right axis, at 100") << 1 << QList<int>{0, 100} << false;
-    }
-
+    void outOfViewportFlag_data() { addRows(viewportRows); }
     void outOfViewportFlag()
     {
-        QFETCH(int, axis);
-        QFETCH(QList<int>, values);
-        QFETCH(bool, flagged);
+        const auto& [name, axis, values, flagged] = tableRow(viewportRows);
         openWindow(nets);
         addRow({});
         window->tableConfig()->setValueAxis(0, axis);
@@ -396,57 +409,6 @@ private slots:
         QTableWidgetItem* item = window->tableDescription()->item(0, Description::ColCurrentValue);
         QCOMPARE(item->background().color() == Qt::red, flagged);
         QCOMPARE(item->toolTip(), flagged ? "curve has values out of viewport range" : "");
-    }
-
-    // Rows described bit by bit: a 9-bit signed Motorola signal scaled by
-    // -0.02 from every frame, and a signal only from frames whose Intel byte
-    // 0 holds 3, with the names of its raw values in the online and marker
-    // cells.
-    void bitLevelRows()
-    {
-        openWindow(nets);
-        addRow({});
-        addRow({});
-        TablePlotConfig* table = window->tableConfig();
-        for (const auto& [row, layout, scale, offset] :
-             {std::tuple(0, "24|9@0-", "-0.02", "0"), {1, "8|8@1+ m3 0|8@1", "0.5", "1"}}) {
-            table->setSignalText(row, layout);
-            table->setScaleText(row, scale);
-            table->setOffsetText(row, offset);
-        }
-        table->setValueTableCell(1, "4:Drive;6:Park");
-        QCOMPARE(tessTestSetTimestamp(0, 5000000), 0);
-        startStop();
-        QCOMPARE(tessTestWaitForReaders(0, 2, 5000), 0);
-        // Bits 24 to 16 of the Motorola word: bit 0 of byte 3, then byte 4.
-        const TessFrameT frames[] = {frameT(0x100, {3, 6, 0, 1, 0x80, 0, 0, 0}, 6000000),
-                                     frameT(0x100, {2, 9, 0, 0, 0x7F, 0, 0, 0}, 7000000),
-                                     frameT(0x100, {3, 4, 0, 1, 0xFF, 0, 0, 0}, 7500000)};
-        QCOMPARE(tessTestInjectT(0, frames, 3), 0);
-        QTRY_COMPARE(cell(Description::ColCount) + window->tableDescription()->text(1, Description::ColCount),
-                     QStringLiteral("32"));
-        startStop();
-        // The live point, then the samples newest first.
-        const auto points = [this](int row) {
-            const PlotCurve& curve = *window->curves().at(row);
-            const int n = curve.pointCount();
-            return QVector<double>(curve.xValues.get(), curve.xValues.get() + n) +
-                   QVector<double>(curve.yValues.get(), curve.yValues.get() + n);
-        };
-        QCOMPARE(points(0),
-                 (QVector<double>{2.5, 2.5, 2, 1, -1 * -0.02, -1 * -0.02, 127 * -0.02, -128 * -0.02}));
-        QCOMPARE(points(1), (QVector<double>{2.5, 2.5, 1, 4 * 0.5 + 1, 4 * 0.5 + 1, 6 * 0.5 + 1}));
-        window->plot()->setMarker1(1.5);
-        window->plot()->setMarker2(9.0);
-        QStringList texts;
-        for (int row = 0; row < 2; ++row) {
-            for (const int col : {Description::ColRawValue, Description::ColCurrentValue, Description::ColM1,
-                                  Description::ColM2})
-                texts << window->tableDescription()->text(row, col);
-        }
-        QCOMPARE(texts.mid(0, 2), (QStringList{"-1.000", "0.020"}));
-        QCOMPARE(texts.mid(4), (QStringList{"4.000", "3.000 (Drive)", "4.000 (Park)/6.000   [1.000 s]",
-                                            "3.000 (Drive)/4.000   [2.500 s]"}));
     }
 
     // 500 frames a second at an even pace give the net's frame rate and bus load over the last

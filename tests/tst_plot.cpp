@@ -59,6 +59,17 @@ struct AxisDialog
     }
 };
 
+// The pixels of an image (of a rectangle of it) for which `is` holds.
+int pixels(const QImage& image, const std::function<bool(QRgb)>& is, QRect rect = QRect())
+{
+    rect = rect.isValid() ? rect : image.rect();
+    int n = 0;
+    for (int y = rect.top(); y <= rect.bottom(); ++y)
+        for (int x = rect.left(); x <= rect.right(); ++x)
+            n += is(image.pixel(x, y));
+    return n;
+}
+
 // Counts the replots of the plot it is attached to: each draws every item once.
 struct ReplotCounter : QwtPlotItem
 {
@@ -181,6 +192,44 @@ const Navigation navigations[] = {
     {"plain left drag moves the nearer marker", Qt::LeftButton, {}, {51.9, 0}, {53, 0}, 0,
      {45, 55, -100, 100, 0, 100}, 9, 3},
 };
+// The ends of the table and of each unit; index 24 lies past the end.
+const struct { const char* name; int index; double span; QString label; } timeBaseRows[] = {
+    {"first", 0, 0.01, "10 ms"}, {"last in ms", 5, 0.5, "500 ms"}, {"first in s", 6, 1.0, "1 s"},
+    {"last", 23, 500000.0, "500000 s"}, {"past the end", 24, 10.0, "10 s"}};
+
+// startEnd: the end of the view at Start. A paged 10 s view opens from -5 to 5 and stays until
+// the run time passes 5, then jumps so that the present is in the middle. Refreshed each 250 ms:
+// 0.5 s <= 2 * 0.25 s follows although paged.
+const struct { const char* name; bool continuous; int index; double startEnd; Steps steps; } followRows[] = {
+    {"continuous", true, 9, 0.0, {{0.25, 0.25}, {12.5, 12.5}}},
+    {"paged, 10 s", false, 9, 5.0, {{4.9, 5}, {5.0, 5}, {5.2, 10.2}, {10.2, 10.2}, {10.3, 15.3}}},
+    {"paged, 500 ms follows", false, 5, 0.25, {{0.1, 0.1}}},
+    {"paged, 1 s pages", false, 6, 0.5, {{0.25, 0.5}, {0.75, 1.25}}}};
+
+const struct { const char* name; double marker1, marker2, runTime; int index; double end; } zoomRows[] = {
+    {"4 and 1", 4.0, 1.0, 10.0, 8, 5.0},
+    {"exactly 5 s apart: strictly greater", 1.0, 6.0, 20.0, 9, 8.5},
+    {"500000 s apart: the last", 0.0, 500000.0, 1e6, 23, 500000.0}};
+
+// x: the live point at 10, then samples at 8, 6, 4, 2. Unfilled elements of a live curve count
+// as points at time 0, but not as older than 0. "before": unchanged.
+const struct { const char* name; Doubles x; double scale, time; QString cell; } markerRows[] = {
+    {"scale 0 gives raw 0", {10, 8, 6, 4, 2}, 0.0, 7.0, "30.000/0.000   [6.000 s]"},
+    {"nothing older", {10, 8, 6, 4, 2}, 2.0, 2.0, "before"},
+    {"unfilled, marker at 0", {3.5, 3.0}, 2.0, 0.0, "before"}};
+
+// size invalid: the plot's own; written empty: the error box.
+const struct { const char* name; QString filter, typed; QSize size; bool grey; QString written; } exportRows[] = {
+    {"PNG at the plot's size",     "PNG image (*.png)", "plot",         QSize(),          false, "plot.png"},
+    {"PNG of a chosen size, grey", "SVG image (*.svg)", "grey.png",     QSize(640, 400),  true,  "grey.png"},
+    {"SVG by its filter",          "SVG image (*.svg)", "drawing",      QSize(),          false, "drawing.svg"},
+    {"no such folder",             "PNG image (*.png)", "missing/plot", QSize(),          false, QString()}};
+
+const struct { const char* name; int page; QStringList viewport; QString suggestion; } refusedRows[] = {
+    {"left, step equals range", 0, {"0", "100", "100"}, "20"},
+    {"right, step above range", 1, {"-1", "2", "5"}, "0.6"},
+    {"left, minimum equals maximum", 0, {"5", "5", "1"}, ""},
+    {"right, empty step", 1, {"0", "10", ""}, ""}};
 // clang-format on
 
 } // namespace
@@ -228,24 +277,10 @@ private slots:
     void init() { p = std::make_unique<TestSupport::Parts>(); }
     void cleanup() { p.reset(); }
 
-    // The ends of the table and of each unit; index 24 lies past the end.
-    void timeBases_data()
-    {
-        QTest::addColumn<int>("index");
-        QTest::addColumn<double>("span");
-        QTest::addColumn<QString>("label");
-        QTest::newRow("first") << 0 << 0.01 << "10 ms";
-        QTest::newRow("last in ms") << 5 << 0.5 << "500 ms";
-        QTest::newRow("first in s") << 6 << 1.0 << "1 s";
-        QTest::newRow("last") << 23 << 500000.0 << "500000 s";
-        QTest::newRow("past the end") << 24 << 10.0 << "10 s";
-    }
-
+    void timeBases_data() { TestSupport::addRows(timeBaseRows); }
     void timeBases()
     {
-        QFETCH(int, index);
-        QFETCH(double, span);
-        QFETCH(QString, label);
+        const auto& [name, index, span, label] = TestSupport::tableRow(timeBaseRows);
         const GuiSupport::CommaLocale comma; // labels keep their point
         p->timeBase.slotTimeBaseChanged(index);
         QCOMPARE(p->label.text(), label);
@@ -257,28 +292,10 @@ private slots:
         QCOMPARE(p->plot.axisScaleDraw(QwtPlot::xBottom)->label(ticks[9]).text(), oneStep);
     }
 
-    void followingARun_data()
-    {
-        QTest::addColumn<bool>("continuous");
-        QTest::addColumn<int>("index");
-        QTest::addColumn<double>("startEnd"); // end of the view at Start
-        QTest::addColumn<Steps>("steps");
-        QTest::newRow("continuous") << true << 9 << 0.0 << Steps{{0.25, 0.25}, {12.5, 12.5}};
-        // Opens from -5 to 5 and stays until the run time passes 5, then
-        // jumps so that the present is in the middle.
-        QTest::newRow("paged, 10 s") << false << 9 << 5.0
-                                     << Steps{{4.9, 5}, {5.0, 5}, {5.2, 10.2}, {10.2, 10.2}, {10.3, 15.3}};
-        // Refreshed each 250 ms: 0.5 s <= 2 * 0.25 s follows although paged.
-        QTest::newRow("paged, 500 ms follows") << false << 5 << 0.25 << Steps{{0.1, 0.1}};
-        QTest::newRow("paged, 1 s pages") << false << 6 << 0.5 << Steps{{0.25, 0.5}, {0.75, 1.25}};
-    }
-
+    void followingARun_data() { TestSupport::addRows(followRows); }
     void followingARun()
     {
-        QFETCH(bool, continuous);
-        QFETCH(int, index);
-        QFETCH(double, startEnd);
-        QFETCH(Steps, steps);
+        const auto& [name, continuous, index, startEnd, steps] = TestSupport::tableRow(followRows);
         p->options.continuousScroll = continuous;
         p->slider.setValue(index);
         p->timeBase.setRunTime(0.0);
@@ -312,25 +329,10 @@ private slots:
         QVERIFY(viewEndsAt(3.0, 10.0));
     }
 
-    void zoomToMarkers_data()
-    {
-        QTest::addColumn<double>("marker1");
-        QTest::addColumn<double>("marker2");
-        QTest::addColumn<double>("runTime");
-        QTest::addColumn<int>("index");
-        QTest::addColumn<double>("end");
-        QTest::newRow("4 and 1") << 4.0 << 1.0 << 10.0 << 8 << 5.0;
-        QTest::newRow("exactly 5 s apart: strictly greater") << 1.0 << 6.0 << 20.0 << 9 << 8.5;
-        QTest::newRow("500000 s apart: the last") << 0.0 << 500000.0 << 1e6 << 23 << 500000.0;
-    }
-
+    void zoomToMarkers_data() { TestSupport::addRows(zoomRows); }
     void zoomToMarkers()
     {
-        QFETCH(double, marker1);
-        QFETCH(double, marker2);
-        QFETCH(double, runTime);
-        QFETCH(int, index);
-        QFETCH(double, end);
+        const auto& [name, marker1, marker2, runTime, index, end] = TestSupport::tableRow(zoomRows);
         runTo(runTime);
         p->plot.setMarker1(marker1);
         p->plot.setMarker2(marker2);
@@ -343,28 +345,11 @@ private slots:
         QCOMPARE(slider.count(), 0); // the slot ran once, directly
     }
 
-    // Row 1's curve, behind a curve without points that leaves row 0 alone. "before": unchanged.
-    void markerCells_data()
-    {
-        QTest::addColumn<Doubles>("x");
-        QTest::addColumn<double>("scale");
-        QTest::addColumn<double>("time");
-        QTest::addColumn<QString>("cell");
-        // The live point at 10, then samples at 8, 6, 4, 2.
-        const Doubles x{10.0, 8.0, 6.0, 4.0, 2.0};
-        QTest::newRow("scale 0 gives raw 0") << x << 0.0 << 7.0 << "30.000/0.000   [6.000 s]";
-        QTest::newRow("nothing older") << x << 2.0 << 2.0 << "before";
-        // Unfilled elements of a live curve count as points at time 0, but
-        // not as older than 0.
-        QTest::newRow("unfilled, marker at 0") << Doubles{3.5, 3.0} << 2.0 << 0.0 << "before";
-    }
-
+    // Row 1's curve, behind a curve without points that leaves row 0 alone.
+    void markerCells_data() { TestSupport::addRows(markerRows); }
     void markerCells()
     {
-        QFETCH(Doubles, x);
-        QFETCH(double, scale);
-        QFETCH(double, time);
-        QFETCH(QString, cell);
+        const auto& [name, x, scale, time, cell] = TestSupport::tableRow(markerRows);
         const Doubles y = Doubles{50.0, 50.0, 30.0, 20.0, 10.0}.mid(0, x.size());
         p->curves.append(curveWith({}, {}, 0));
         p->curves.append(curveWith(x, y, x.size() == 5 ? 5 : 8, scale));
@@ -485,48 +470,31 @@ private slots:
     // Export Image: a bare name gets the extension of the filter chosen, the dialog gives size and
     // scheme. A PNG has that size and the curve's colour, or only greys; an SVG parses and draws
     // each visible curve's samples as one line; a file that can't be written is reported.
-    void exportImage_data()
-    {
-        QTest::addColumn<QString>("filter");
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QSize>("size"); // invalid: the plot's own
-        QTest::addColumn<bool>("grey");
-        QTest::addColumn<QString>("written"); // empty: the error box
-        const QString png = "PNG image (*.png)", svg = "SVG image (*.svg)";
-        QTest::newRow("PNG at the plot's size") << png << "plot" << QSize() << false << "plot.png";
-        QTest::newRow("PNG of a chosen size, grey")
-            << svg << "grey.png" << QSize(640, 400) << true << "grey.png";
-        QTest::newRow("SVG by its filter") << svg << "drawing" << QSize() << false << "drawing.svg";
-        QTest::newRow("no such folder") << png << "missing/plot" << QSize() << false << QString();
-    }
-
+    void exportImage_data() { TestSupport::addRows(exportRows); }
     void exportImage()
     {
-        QFETCH(QString, filter);
-        QFETCH(QString, typed);
-        QFETCH(QSize, size);
-        QFETCH(bool, grey);
-        QFETCH(QString, written);
+        const auto& row = TestSupport::tableRow(exportRows); // the dialogs' answer reads it
+        const auto& [name, filter, typed, size, grey, written] = row;
         Recorded r;
         VistrelMainWindow* window = r.window.get();
         window->tableDescription()->setCurveEnabled(1, false); // no line in the SVG
         // A colour of its own: a random one may come close to the grid or the canvas.
         window->curves()[0]->plotItem->setPen(QPen(QColor(0, 150, 60), 1));
-        const QRgb canvas = qRgb(200, 30, 40);                 // left out in the grey scheme
+        const QRgb canvas = qRgb(200, 30, 40); // left out in the grey scheme
         r.plot->setCanvasColor(canvas);
         const QString path = TestSupport::temporaryPath(typed);
         QStringList seen;
         const TestSupport::ModalAnswerer answerer(
             [&](QWidget* widget) {
                 if (auto* files = qobject_cast<QFileDialog*>(widget)) {
-                    files->selectNameFilter(filter);
+                    files->selectNameFilter(row.filter);
                     return TestSupport::answerFileDialog(files, 0, path, &seen);
                 }
                 if (auto* dialog = qobject_cast<MDialogExportImage*>(widget)) {
-                    dialog->radioButtonCustomSize->setChecked(size.isValid());
-                    dialog->spinBoxWidth->setValue(size.width());
-                    dialog->spinBoxHeight->setValue(size.height());
-                    dialog->comboBoxColors->setCurrentIndex(grey ? 1 : 0);
+                    dialog->radioButtonCustomSize->setChecked(row.size.isValid());
+                    dialog->spinBoxWidth->setValue(row.size.width());
+                    dialog->spinBoxHeight->setValue(row.size.height());
+                    dialog->comboBoxColors->setCurrentIndex(row.grey ? 1 : 0);
                     return dialog->accept();
                 }
                 qobject_cast<QMessageBox*>(widget)->button(QMessageBox::Ok)->click();
@@ -549,26 +517,13 @@ private slots:
             QCOMPARE(image.size(), expected);
             QCOMPARE(image.allGray(), grey);
             // Near the pen's colour: the renderer may blend a line's edge a little.
-            const auto curveColoured = [shown](QRgb c) {
-                return qAbs(qRed(c) - qRed(shown)) + qAbs(qGreen(c) - qGreen(shown)) +
-                           qAbs(qBlue(c) - qBlue(shown)) <
-                       24;
-            };
-            int curvePixels = 0, canvasPixels = 0;
-            for (int y = 0; y < image.height(); ++y) {
-                for (int x = 0; x < image.width(); ++x) {
-                    const QRgb pixel = image.pixel(x, y);
-                    curvePixels += curveColoured(pixel);
-                    canvasPixels += grey ? qGray(pixel) == qGray(canvas) : pixel == canvas;
-                }
-            }
-            const QwtScaleDiv& times = window->plot()->axisScaleDiv(QwtPlot::xBottom);
-            QVERIFY2(grey || curvePixels > 300,
-                     qPrintable(QStringLiteral("%1 pixels of the curve, times %2 to %3, curve shown %4")
-                                    .arg(curvePixels)
-                                    .arg(times.lowerBound())
-                                    .arg(times.upperBound())
-                                    .arg(window->curves()[0]->plotItem->isVisible())));
+            QVERIFY(grey || pixels(image, [shown](QRgb c) {
+                                return qAbs(qRed(c) - qRed(shown)) + qAbs(qGreen(c) - qGreen(shown)) +
+                                           qAbs(qBlue(c) - qBlue(shown)) <
+                                       24;
+                            }) > 300);
+            const int canvasPixels =
+                pixels(image, [&](QRgb c) { return row.grey ? qGray(c) == qGray(canvas) : c == canvas; });
             QCOMPARE(canvasPixels > image.width() * image.height() / 3, !grey);
             return;
         }
@@ -588,32 +543,22 @@ private slots:
         QCOMPARE(lines.value(hidden), 0);
     }
 
-    // "Time/sec" in the lower right corner of the canvas.
-    void timeText()
+    // "Time/sec" in the lower right corner of the canvas. The canvas keeps its
+    // picture between paints: a new colour shows at once, a moved marker after the replot.
+    void canvasPaints()
     {
         showPlot();
-        const QImage canvas = p->plot.canvas()->grab().toImage();
-        int dark = 0;
-        for (int y = canvas.height() - 20; y < canvas.height() - 3; ++y)
-            for (int x = canvas.width() - 65; x < canvas.width() - 5; ++x)
-                dark += qGray(canvas.pixel(x, y)) < 100;
-        QVERIFY(dark > 20);
-    }
-
-    // The canvas keeps its picture between paints: a new colour shows at
-    // once, a moved marker after the replot.
-    void canvasRepaints()
-    {
-        showPlot();
+        const auto grab = [this] { return p->plot.canvas()->grab().toImage(); };
+        const QImage first = grab();
+        QVERIFY(pixels(
+                    first, [](QRgb c) { return qGray(c) < 100; },
+                    QRect(first.width() - 65, first.height() - 20, 60, 17)) > 20);
         const QColor colour(10, 200, 30);
         p->plot.setCanvasColor(colour);
-        const auto share = [this](const QColor& c) {
-            const QImage image = p->plot.canvas()->grab().toImage();
-            int n = 0;
-            for (int y = 0; y < image.height(); ++y)
-                for (int x = 0; x < image.width(); ++x)
-                    n += image.pixelColor(x, y) == c;
-            return double(n) / (image.width() * image.height());
+        const auto share = [&grab](const QColor& c) {
+            const QImage image = grab();
+            return double(pixels(image, [c](QRgb pixel) { return pixel == c.rgb(); })) /
+                   (image.width() * image.height());
         };
         QVERIFY(share(colour) > 0.8);
         const QColor blue("blue");
@@ -685,22 +630,10 @@ private slots:
 
     // A failing page stores nothing on either page. A step not below the range gets a
     // suggestion, shown and selected; other failures are silent.
-    void refused_data()
-    {
-        QTest::addColumn<int>("page");
-        QTest::addColumn<QStringList>("viewport");
-        QTest::addColumn<QString>("suggestion");
-        QTest::newRow("left, step equals range") << 0 << QStringList{"0", "100", "100"} << "20";
-        QTest::newRow("right, step above range") << 1 << QStringList{"-1", "2", "5"} << "0.6";
-        QTest::newRow("left, minimum equals maximum") << 0 << QStringList{"5", "5", "1"} << "";
-        QTest::newRow("right, empty step") << 1 << QStringList{"0", "10", ""} << "";
-    }
-
+    void refused_data() { TestSupport::addRows(refusedRows); }
     void refused()
     {
-        QFETCH(int, page);
-        QFETCH(QStringList, viewport);
-        QFETCH(QString, suggestion);
+        const auto& [name, page, viewport, suggestion] = TestSupport::tableRow(refusedRows);
         AxisDialog d;
         d.setViewport(1 - page, {"-2,5", "7,5", "2,5"});
         d.setViewport(page, viewport);

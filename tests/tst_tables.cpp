@@ -3,6 +3,7 @@
 // what an edit does, adding and deleting curves; the scaling maths and the
 // scaling dialog; rows described bit by bit and the signals of DBC files.
 #include "dataplot.h"
+#include "driver_support.h"
 #include "gui_support.h"
 #include "mdialogdbcsignals.h"
 #include "mdialogscaleoffset.h"
@@ -18,7 +19,9 @@
 #include <QMenu>
 #include <QtTest>
 
+using TestSupport::addRows;
 using TestSupport::ModalAnswerer;
+using TestSupport::tableRow;
 using TestSupport::windowWithBareTable;
 using Config = TablePlotConfig;
 using Description = TablePlotDescription;
@@ -86,6 +89,58 @@ struct ScaleDialogAnswer
     QStringList opened;
     TestSupport::ModalAnswerer answerer;
 };
+
+// clang-format off
+// A text that fails its check becomes "0"; one that passes keeps its form. In
+// BTR mode, read as hexadecimal and written back in lower case.
+const struct { const char* name; int col; QString typed, result; } repairRows[] = {
+    {"Id, largest",        Config::ColId,   "0x1FFFFFFF", "0x1FFFFFFF"},
+    {"Id, one above",      Config::ColId,   "0x20000000", "0"},
+    {"Id, octal",          Config::ColId,   "010",        "010"},
+    {"Id, bad octal",      Config::ColId,   "08",         "0"},
+    {"Mask, largest",      Config::ColMask, "0377",       "0377"},
+    {"Mask, one above",    Config::ColMask, "256",        "0"},
+    {"BTR, largest",       Config::ColBtr,  "0xFFFF",     "ffff"},
+    {"BTR, one above",     Config::ColBtr,  "10000",      "0"},
+    {"BTR, leading zeros", Config::ColBtr,  "001C",       "1c"}};
+
+const struct { const char* name; QList<int> selected; int current; bool yes; QStringList remaining; } deleteRows[] = {
+    {"selected rows",                 {0, 2, 3},    1,  true,  {"c1", "0"}},
+    {"no selection: the current row", {},           2,  true,  {"c0", "c1", "c3", "0"}},
+    {"no current row: row 0",         {},           -1, true,  {"c1", "c2", "c3", "0"}},
+    {"all rows",                      {0, 1, 2, 3}, 0,  true,  {"0"}},
+    {"declined",                      {1},          1,  false, {"c0", "c1", "c2", "c3", "0"}}};
+
+// The data type's raw range fills the axis's viewport (right: 0 to 100); real
+// types keep 1 and 0. Written with a point also under a comma locale.
+const struct { const char* name; int dataType, axis; QStringList cells; } scalingRows[] = {
+    {"Integer8",               0,  0, {"-128", "127", "-100", "100", "0.3921568627450966", "0.7843137254901961"}},
+    {"Unsigned8",              1,  0, {"0", "255", "-100", "100", "-100", "0.7843137254901961"}},
+    {"Unsigned32, the widest", 5,  0, {"0", "4294967295", "-100", "100", "-100", "4.656612874161595e-08"}},
+    {"Real32",                 6,  0, {"0", "1", "-100", "100", "0", "1"}},
+    {"no data type: 0 to 1",   -1, 0, {"0", "1", "-100", "100", "-100", "200"}},
+    {"Integer8 on the right",  0,  1, {"-128", "127", "0", "100", "50.19607843137255", "0.392156862745098"}}};
+
+// A "Real64" row (0..1 onto -100..100), a comma locale: the range typed, then OK or Calc and
+// Cancel. shown: the fields afterwards; the row takes them only if OK closed. A failed field
+// and those behind it count as 0.
+const struct { const char* name; QStringList typed; bool calc, closes; QStringList shown; } dialogRows[] = {
+    {"0..100 to 0..10",       {"0", "100", "0", "10"},     false, true,  {"0", "100", "0", "10", "0", "0.1"}},
+    {"raw range of no width", {"7", "7", "0", "10"},       false, true,  {"7", "7", "0", "10", "0", "0"}},
+    {"commas, sign kept",     {"1,5", "3,5", "-1,0", "+1"}, false, true, {"1.5", "3.5", "-1.0", "+1", "-2.5", "1"}},
+    {"no change",             {},                          false, true,  {"0", "1", "-100", "100", "-100", "200"}},
+    {"a field fails",         {"-10", "10", "x", "10"},    false, false, {"-10", "10", "x", "10", "0", "0"}},
+    {"Cancel after Calc",     {"0", "100", "0", "10"},     true,  false, {"0", "100", "0", "10", "0", "0.1"}}};
+
+// Texts typed one after the other into the Signal cell, and the cell then.
+// Which texts the parser refuses is the DBC tests' matter; here one stands for all.
+const struct { const char* name; QStringList typed; QString cell; } signalRows[] = {
+    {"blanks",               {" 24 | 9 @ 0 - "},      "24|9@0-"},
+    {"switch with its sign", {"8|16@1+ m3 0|8@1+"},   "8|16@1+ m3 0|8@1"},
+    {"bad after good",       {"24|9@0-", "60|8@1+"}, "24|9@0-"},
+    {"beyond the frame",     {"60|8@1+"},            ""},
+    {"emptied",              {"24|9@0-", ""},        ""}};
+// clang-format on
 
 } // namespace
 
@@ -198,30 +253,10 @@ private slots:
         QCOMPARE(window->curves()[1]->plotItem->style(), QwtPlotCurve::Steps);
     }
 
-    // A text that fails its check becomes "0"; one that passes keeps its form.
-    void textRepairs_data()
-    {
-        QTest::addColumn<int>("col");
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QString>("result");
-        const int id = Config::ColId, mask = Config::ColMask, btr = Config::ColBtr;
-        QTest::newRow("Id, largest") << id << "0x1FFFFFFF" << QString("0x1FFFFFFF");
-        QTest::newRow("Id, one above") << id << "0x20000000" << QString("0");
-        QTest::newRow("Id, octal") << id << "010" << QString("010");
-        QTest::newRow("Id, bad octal") << id << "08" << QString("0");
-        QTest::newRow("Mask, largest") << mask << "0377" << QString("0377");
-        QTest::newRow("Mask, one above") << mask << "256" << QString("0");
-        // In BTR mode, read as hexadecimal and written back in lower case.
-        QTest::newRow("BTR, largest") << btr << "0xFFFF" << QString("ffff");
-        QTest::newRow("BTR, one above") << btr << "10000" << QString("0");
-        QTest::newRow("BTR, leading zeros") << btr << "001C" << QString("1c");
-    }
-
+    void textRepairs_data() { addRows(repairRows); }
     void textRepairs()
     {
-        QFETCH(int, col);
-        QFETCH(QString, typed);
-        QFETCH(QString, result);
+        const auto& [name, col, typed, result] = tableRow(repairRows);
         const auto window = namedRows(2);
         Config* table = window->tableConfig();
         table->comboSave(1, Config::ColBaud)->comboBox->setCurrentIndex(Config::BaudBtrIndex);
@@ -356,27 +391,10 @@ private slots:
         QVERIFY(shown.isEmpty());
     }
 
-    void deleteCurves_data()
-    {
-        QTest::addColumn<QList<int>>("selected");
-        QTest::addColumn<int>("current");
-        QTest::addColumn<bool>("yes");
-        QTest::addColumn<QStringList>("remaining");
-        QTest::newRow("selected rows") << QList<int>{0, 2, 3} << 1 << true << QStringList{"c1", "0"};
-        QTest::newRow("no selection: the current row")
-            << QList<int>{} << 2 << true << QStringList{"c0", "c1", "c3", "0"};
-        QTest::newRow("no current row: row 0")
-            << QList<int>{} << -1 << true << QStringList{"c1", "c2", "c3", "0"};
-        QTest::newRow("all rows") << QList<int>{0, 1, 2, 3} << 0 << true << QStringList{"0"};
-        QTest::newRow("declined") << QList<int>{1} << 1 << false << QStringList{"c0", "c1", "c2", "c3", "0"};
-    }
-
+    void deleteCurves_data() { addRows(deleteRows); }
     void deleteCurves()
     {
-        QFETCH(QList<int>, selected);
-        QFETCH(int, current);
-        QFETCH(bool, yes);
-        QFETCH(QStringList, remaining);
+        const auto& [name, selected, current, yes, remaining] = tableRow(deleteRows);
         const auto window = namedRows(4);
         VistrelMainWindow& w = *window;
         QItemSelectionModel* selection = w.tableConfig()->selectionModel();
@@ -409,32 +427,10 @@ private slots:
         QCOMPARE(answer.opened.value(0), last < 0 ? QString() : title.arg(last + 1));
     }
 
-    // The data type's raw range fills the axis's viewport; real types keep 1
-    // and 0. Written with a point also under a comma locale.
-    void rowScaling_data()
-    {
-        QTest::addColumn<int>("dataType");
-        QTest::addColumn<int>("axis"); // right: 0 to 100
-        QTest::addColumn<QStringList>("cells");
-        QTest::newRow("Integer8")
-            << 0 << 0
-            << QStringList{"-128", "127", "-100", "100", "0.3921568627450966", "0.7843137254901961"};
-        QTest::newRow("Unsigned8") << 1 << 0
-                                   << QStringList{"0", "255", "-100", "100", "-100", "0.7843137254901961"};
-        QTest::newRow("Unsigned32, the widest")
-            << 5 << 0 << QStringList{"0", "4294967295", "-100", "100", "-100", "4.656612874161595e-08"};
-        QTest::newRow("Real32") << 6 << 0 << QStringList{"0", "1", "-100", "100", "0", "1"};
-        QTest::newRow("no data type: 0 to 1")
-            << -1 << 0 << QStringList{"0", "1", "-100", "100", "-100", "200"};
-        QTest::newRow("Integer8 on the right")
-            << 0 << 1 << QStringList{"-128", "127", "0", "100", "50.19607843137255", "0.392156862745098"};
-    }
-
+    void rowScaling_data() { addRows(scalingRows); }
     void rowScaling()
     {
-        QFETCH(int, dataType);
-        QFETCH(int, axis);
-        QFETCH(QStringList, cells);
+        const auto& [name, dataType, axis, cells] = tableRow(scalingRows);
         const auto window = TestSupport::windowWithBareTable(QString(), 1);
         Config* table = window->tableConfig();
         table->setValueAxis(0, axis);
@@ -444,35 +440,11 @@ private slots:
         QCOMPARE(scalingCells(table, 0), cells);
     }
 
-    // A "Real64" row (0..1 onto -100..100), a comma locale: the range typed, then OK or Calc and
-    // Cancel. shown: the fields afterwards; the row takes them only if OK closed.
-    void scaleDialog_data()
-    {
-        QTest::addColumn<QStringList>("typed");
-        QTest::addColumn<bool>("calc");
-        QTest::addColumn<bool>("closes");
-        QTest::addColumn<QStringList>("shown");
-        QTest::newRow("0..100 to 0..10") << QStringList{"0", "100", "0", "10"} << false << true
-                                         << QStringList{"0", "100", "0", "10", "0", "0.1"};
-        QTest::newRow("raw range of no width") << QStringList{"7", "7", "0", "10"} << false << true
-                                               << QStringList{"7", "7", "0", "10", "0", "0"};
-        QTest::newRow("commas, sign kept") << QStringList{"1,5", "3,5", "-1,0", "+1"} << false << true
-                                           << QStringList{"1.5", "3.5", "-1.0", "+1", "-2.5", "1"};
-        QTest::newRow("no change") << QStringList() << false << true
-                                   << QStringList{"0", "1", "-100", "100", "-100", "200"};
-        // The failed field and those behind it count as 0.
-        QTest::newRow("a field fails") << QStringList{"-10", "10", "x", "10"} << false << false
-                                       << QStringList{"-10", "10", "x", "10", "0", "0"};
-        QTest::newRow("Cancel after Calc") << QStringList{"0", "100", "0", "10"} << true << false
-                                           << QStringList{"0", "100", "0", "10", "0", "0.1"};
-    }
-
+    void scaleDialog_data() { addRows(dialogRows); }
     void scaleDialog()
     {
-        QFETCH(QStringList, typed);
-        QFETCH(bool, calc);
-        QFETCH(bool, closes);
-        QFETCH(QStringList, shown);
+        const auto& row = tableRow(dialogRows); // the dialog's answer reads it
+        const auto& [name, typed, calc, closes, shown] = row;
         const GuiSupport::CommaLocale comma;
         const auto window = GuiSupport::windowWithCurves(QString(), 2);
         Config* table = window->tableConfig();
@@ -484,9 +456,9 @@ private slots:
         const ScaleDialogAnswer answer([&](MDialogScaleOffset* dialog) {
             const QVector<QLineEdit*> range{dialog->lineEditRawMin, dialog->lineEditRawMax,
                                             dialog->lineEditMin, dialog->lineEditMax};
-            for (int i = 0; i < typed.size(); ++i)
-                range[i]->setText(typed[i]);
-            (calc ? dialog->buttonCalc : dialog->buttonOk)->click();
+            for (int i = 0; i < row.typed.size(); ++i)
+                range[i]->setText(row.typed[i]);
+            (row.calc ? dialog->buttonCalc : dialog->buttonOk)->click();
             open = dialog->isVisible();
             after = fields(dialog);
         });
@@ -503,25 +475,10 @@ private slots:
     // own Pos, DataType, Mask and Int/Mot: a good layout stands in its own
     // form and locks them, also when a run ends; a bad text falls back to the
     // last good one; an empty cell gives the row back to them.
-    void signalCell_data()
-    {
-        QTest::addColumn<QStringList>("typed");
-        QTest::addColumn<QString>("cell");
-        QTest::newRow("blanks") << QStringList{" 24 | 9 @ 0 - "} << "24|9@0-";
-        QTest::newRow("float") << QStringList{"0|32@1-f"} << "0|32@1-f";
-        QTest::newRow("switch with its sign") << QStringList{"8|16@1+ m3 0|8@1+"} << "8|16@1+ m3 0|8@1";
-        QTest::newRow("bad after good") << QStringList{"24|9@0-", "60|8@1+"} << "24|9@0-";
-        QTest::newRow("beyond the frame") << QStringList{"60|8@1+"} << "";
-        QTest::newRow("switch missing") << QStringList{"8|16@1+ m3"} << "";
-        QTest::newRow("switch value too big") << QStringList{"8|16@1+ m256 0|8@1"} << "";
-        QTest::newRow("float of 16 bits") << QStringList{"0|16@1-f"} << "";
-        QTest::newRow("emptied") << QStringList{"24|9@0-", ""} << "";
-    }
-
+    void signalCell_data() { addRows(signalRows); }
     void signalCell()
     {
-        QFETCH(QStringList, typed);
-        QFETCH(QString, cell);
+        const auto& [name, typed, cell] = tableRow(signalRows);
         const auto window = namedRows(2);
         Config* table = window->tableConfig();
         for (const int col : {Config::ColPos, Config::ColDataType, Config::ColIntMot})
