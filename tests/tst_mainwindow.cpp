@@ -233,17 +233,37 @@ private slots:
     }
 
     // The system's language, then German, then English whether it is there or not.
+    // Manuals as "folder/lang", folder "bin" (beside the program, as in the
+    // build folder) or "docs" (share/doc/vistrel of an installed tree).
+    void manualPath_data()
+    {
+        QTest::addColumn<QStringList>("present");
+        QTest::addColumn<QString>("locale");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("beside the program first") << QStringList{"bin/de", "docs/fr"} << "fr_FR"
+                                                  << "bin/de";
+        QTest::newRow("installed, own language") << QStringList{"docs/fr", "docs/de", "docs/en"} << "fr_CH"
+                                                 << "docs/fr";
+        QTest::newRow("German before English") << QStringList{"docs/de", "bin/fr"} << "en_GB"
+                                               << "docs/de";
+        QTest::newRow("none anywhere") << QStringList{} << "en_US"
+                                       << "bin/en";
+    }
+
     void manualPath()
     {
-        const QTemporaryDir dir;
-        const auto manual = [&dir](const char* lang) {
-            return dir.filePath(QStringLiteral("Vistrel_manual_%1.pdf").arg(lang));
+        QFETCH(QStringList, present);
+        QFETCH(QString, locale);
+        QFETCH(QString, expected);
+        const QTemporaryDir prefix;
+        const auto manual = [&prefix](const QString& place) {
+            const QString folder = place.section('/', 0, 0) == "bin" ? "bin" : "share/doc/vistrel";
+            return prefix.filePath(folder + "/Vistrel_manual_" + place.section('/', 1) + ".pdf");
         };
-        QCOMPARE(::manualPath(dir.path(), "fr_FR"), manual("en"));
-        QVERIFY(QFile(manual("fr")).open(QIODevice::WriteOnly) &&
-                QFile(manual("de")).open(QIODevice::WriteOnly));
-        QCOMPARE(::manualPath(dir.path(), "fr_CH"), manual("fr"));
-        QCOMPARE(::manualPath(dir.path(), "en_GB"), manual("de"));
+        QVERIFY(QDir(prefix.path()).mkpath("bin") && QDir(prefix.path()).mkpath("share/doc/vistrel"));
+        for (const QString& place : present)
+            QVERIFY(QFile(manual(place)).open(QIODevice::WriteOnly));
+        QCOMPARE(::manualPath(prefix.filePath("bin"), locale), manual(expected));
     }
 
     void helpOpensTheManual()
