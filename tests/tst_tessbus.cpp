@@ -156,10 +156,7 @@ const struct { const char* name; QByteArray line; int rxQueue, speed; } replayRo
 const struct { const char* name; QByteArray source, copy, appended, options, board; } logRows[] = {
     {"candump, three buses, FD",   logsDir + "candump.log",        "candump.log",   "", "",          "candump.log"},
     {"candump, the third bus",     logsDir + "candump.log",        "candump.log",   "", "channel=2", "candump.log"},
-    {"candump, screen form",       logsDir + "candump-screen.log", "screen.log",    "", "",          "screen.log"},
-    {"ASC, CAN FD",                logsDir + "vector.asc",         "vector.asc",    "", "",          "vector.asc"},
     {"ASC, channel 4 of the log",  logsDir + "vector.asc",         "vector.asc",    "", "channel=3", "vector.asc"},
-    {"TRC 1.1",                    logsDir + "peak-1.1.trc",       "peak-1.1.trc",  "", "",          "peak-1.1.trc"},
     {"TRC 2.1, named",             logsDir + "peak-2.1.trc",       "peak-2.1.trc",  "", "name=PEAK", "PEAK"},
     {"BLF, name cut to 13",        logsDir + "vector.blf",         "bus-recording-2.blf", "", "",    "bus-recording"},
     {"BLF, remote and FD frames",  logsDir + "vector-kinds.blf",   "kinds.blf",     "", "",          "kinds.blf"},
@@ -461,21 +458,18 @@ private slots:
         const canlogs::LogContents log = canlogs::readLog(copy.toStdString());
         const int channel = row.options.startsWith("channel=") ? row.options.mid(8).toInt() : -1;
         std::vector<TessFrameT> expected;
-        Ids ids;
+        Ids ids; // an id admitted twice is admitted once
         int skipped = 0;
         for (const canlogs::Frame& f : log.frames) {
             const bool remote = f.flags & canlogs::FrameRemote;
-            if (channel >= 0 && f.channel != channel)
+            skipped += f.length > 8 && !remote && (channel < 0 || f.channel == channel);
+            if ((channel >= 0 && f.channel != channel) || (f.length > 8 && !remote))
                 continue;
-            if (f.length > 8 && !remote) {
-                ++skipped;
-                continue;
-            }
             TessFrameT t = frameT(f.id | (f.flags & canlogs::FrameExtended ? k29 : 0), {}, 0,
                                   f.length | (remote ? TESS_FRAME_RTR : 0));
             std::copy(f.data, f.data + (remote ? 0 : f.length), t.data);
             expected.push_back(t);
-            ids.push_back(t.id); // an id admitted twice is admitted once
+            ids.push_back(t.id);
         }
         QCOMPARE(configure("net 0 replay " + row.copy + " speed=0 " + row.options + "\n"), QByteArray());
         std::vector<TessFrameT> got;
