@@ -364,7 +364,7 @@ void TestFileFormats::logs_data()
     add("binary: records of other kinds",
         rec(50, 0, 0, {}, 0, 0, 3) + QByteArray(12, 0) + rec(20, 0, 0, {}, 0, 0, 1) +
             rec(10000, 0, 0, {}, 0, 0, 0xFFFF) + QByteArray(9962, 0) + rec(sec, 0, 7, data) +
-            rec(10001, 0, 0, {}, 0, 0, 2) + rec(sec, 1, 7, data),
+            rec(10001, 0, 0, {}, 0, 0, 2) + QByteArray(9963, 0) + rec(sec, 1, 7, data),
         "7/8/0102030405060708@0", daySeconds);
     add("binary: cut short", rec(sec, 0, 1) + rec(sec, 7, 2).left(37), "1/0/@0", daySeconds);
     // Bit 30 marks no bus frame: it neither counts nor sets the origin.
