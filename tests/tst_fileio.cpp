@@ -403,11 +403,10 @@ void TestFileIo::oldestDataFileCells()
     const auto w = makeWindow();
     const DataCurveRecordV1 record{0, 840 + 32, "#ff0000", "old", 2, 4, 0x100 | TESS_ID_29BIT, 3, 3,
                                    1, 0.5,      -2.0,      "bar", 1, 2};
-    const double xy[] = {2.0, 1.0};
-    w->readDataFile(writeFile("old.vtldat", encodeDataHeaderV1({0, 24, 0.0, 2.0}) +
-                                                encodeDataCurveRecordV1(record) +
-                                                QByteArray(reinterpret_cast<const char*>(xy), 16) +
-                                                QByteArray(reinterpret_cast<const char*>(xy), 16)));
+    const double xy[] = {2.0, 1.0}; // x, and y the same
+    w->readDataFile(
+        writeFile("old.vtldat", encodeDataHeaderV1({0, 24, 0.0, 2.0}) + encodeDataCurveRecordV1(record) +
+                                    QByteArray(reinterpret_cast<const char*>(xy), 16).repeated(2)));
     QCOMPARE(cells(*w, 0),
              "name=old net=2 baud=4 btr01=----- id=256 Id29Bit=1 pos=2 datatype=3 mask=0xFF "
              "intmot=1 axis=0 scale=0.500000 offset=-2.000000 unit=bar calc= raw_value_min=-196 "
@@ -649,9 +648,7 @@ void TestFileIo::exportCsvAbsoluteTime()
     TestSupport::useDriverConfig("net 0 virtual name=A\n");
     TestSupport::Parts p(true);
     addRow(p, "0x100", 1);
-    CsvExportChoice choice;
-    choice.absoluteTime = true;
-    p.prompt.csvChoice = choice;
+    p.prompt.csvChoice = CsvExportChoice{CsvLayout::Long, false, true, false};
     p.prompt.fileName = TestSupport::temporaryPath("abs.csv");
     const auto exported = [&](const QString& id, const QString& log) {
         p.config.setIdText(0, id);
