@@ -12,11 +12,12 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <limits>
 #include <random>
 #include <utility>
 #include <vector>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -48,9 +49,12 @@ template <typename Work> double framesPerSecond(Work&& work)
 template <typename Work> double framesPerCpuSecond(Work&& work, double seconds)
 {
     const auto now = [] {
-        timespec t;
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-        return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
+        rusage usage{};
+        getrusage(RUSAGE_THREAD, &usage);
+        const auto seconds = [](const timeval& t) {
+            return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) * 1e-6;
+        };
+        return seconds(usage.ru_utime) + seconds(usage.ru_stime);
     };
     work();
     unsigned rounds = 0;
