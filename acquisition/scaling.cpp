@@ -2,6 +2,8 @@
 
 #include "framedecode.h"
 
+#include <cmath>
+
 RawRange dataTypeRawRange(int dataType)
 {
     switch (dataType) {
@@ -27,6 +29,20 @@ void scalingFrom(double rawMin, double rawMax, double valueMin, double valueMax,
 {
     scale = (valueMax - valueMin) / (rawMax - rawMin);
     offset = valueMax - rawMax * scale;
+}
+
+void scalingFromRangesIfFinite(double rawMin, double rawMax, double valueMin, double valueMax, double& scale,
+                               double& offset)
+{
+    if (rawMax - rawMin == 0.0)
+        return;
+    double fromRanges = 0.0;
+    double offsetFromRanges = 0.0;
+    scalingFrom(rawMin, rawMax, valueMin, valueMax, fromRanges, offsetFromRanges);
+    if (std::isfinite(fromRanges) && std::isfinite(offsetFromRanges)) {
+        scale = fromRanges;
+        offset = offsetFromRanges;
+    }
 }
 
 void rawRangeFrom(double valueMin, double valueMax, double scale, double offset, double& rawMin,

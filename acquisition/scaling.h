@@ -20,6 +20,11 @@ RawRange dataTypeRawRange(int dataType);
 void scalingFrom(double rawMin, double rawMax, double valueMin, double valueMax, double& scale,
                  double& offset);
 
+// The same, where the ranges give a finite pair; otherwise scale and offset
+// keep what they hold (a file's own pair, for equal raw bounds).
+void scalingFromRangesIfFinite(double rawMin, double rawMax, double valueMin, double valueMax, double& scale,
+                               double& offset);
+
 // The raw range that scale and offset map onto the scaled range.
 void rawRangeFrom(double valueMin, double valueMax, double scale, double offset, double& rawMin,
                   double& rawMax);

@@ -6,8 +6,6 @@
 #include "tableplotconfig.h"
 #include "tableplotdescription.h"
 
-#include <cmath>
-
 ProjectGraph graphOfRow(TablePlotConfig& config, TablePlotDescription& description, int row)
 {
     ProjectGraph graph;
@@ -139,16 +137,8 @@ void setRangeScaling(TablePlotConfig& config, int row, const DataCurveRecord& re
     config.setRawValueMaxText(row, scalingText(record.rawValueMax));
     double scale = record.scale;
     double offset = record.offset;
-    if (record.rawValueMax - record.rawValueMin != 0.0) {
-        double fromRanges = 0.0;
-        double offsetFromRanges = 0.0;
-        scalingFrom(record.rawValueMin, record.rawValueMax, record.valueMin, record.valueMax, fromRanges,
-                    offsetFromRanges);
-        if (std::isfinite(fromRanges) && std::isfinite(offsetFromRanges)) {
-            scale = fromRanges;
-            offset = offsetFromRanges;
-        }
-    }
+    scalingFromRangesIfFinite(record.rawValueMin, record.rawValueMax, record.valueMin, record.valueMax, scale,
+                              offset);
     config.setOffsetText(row, scalingText(offset));
     config.setScaleText(row, scalingText(scale));
 }

@@ -57,7 +57,7 @@ public:
         ColName20 = 20,
         ColBtrCopy = 21,
         // A row described bit by bit, as DBC files describe signals: its
-        // layout (signalcell.h), empty for a row that Pos, DataType, Mask
+        // layout (acquisition/signalcell.h), empty for a row that Pos, DataType, Mask
         // and Int/Mot describe; then, hidden, the names of its raw values
         // (valueTableText of dbcfile.h).
         ColSignal = 22,

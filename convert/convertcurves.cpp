@@ -2,6 +2,7 @@
 
 #include "dbcfile.h"
 #include "scaling.h"
+#include "signalcell.h"
 
 #include <QFile>
 
@@ -107,9 +108,10 @@ ConvertCurve projectRowCurve(const ProjectGraph& row)
     layout.mask = row.text(QStringLiteral("mask")).toInt(nullptr, 0);
     layout.scale = row.text(QStringLiteral("scale")).toDouble();
     layout.offset = row.text(QStringLiteral("offset")).toDouble();
-    // Rows described bit by bit will carry their layout in an attribute of
-    // their own; it is read here into layout.bitLayout once the project
-    // file has it.
+    // A row described bit by bit carries its layout as the Signal cell's text.
+    const QString signal = row.text(QStringLiteral("signal"));
+    if (!signal.isEmpty())
+        layout.bitLayout = signalCellLayout(signal);
     curve.rawMin = row.text(QStringLiteral("raw_value_min")).toDouble();
     curve.rawMax = row.text(QStringLiteral("raw_value_max")).toDouble();
     curve.valueMin = row.text(QStringLiteral("value_min")).toDouble();

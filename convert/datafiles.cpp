@@ -5,7 +5,6 @@
 #include <QFile>
 
 #include <algorithm>
-#include <cmath>
 #include <numeric>
 
 namespace {
@@ -43,16 +42,9 @@ void DataCurve::scaling(double& scale, double& offset) const
 {
     scale = record.scale;
     offset = record.offset;
-    if (!(record.flags & DataCurveRecord::rangesValid) || record.rawValueMax - record.rawValueMin == 0.0)
-        return;
-    double fromScale = 0.0;
-    double fromOffset = 0.0;
-    scalingFrom(record.rawValueMin, record.rawValueMax, record.valueMin, record.valueMax, fromScale,
-                fromOffset);
-    if (std::isfinite(fromScale) && std::isfinite(fromOffset)) {
-        scale = fromScale;
-        offset = fromOffset;
-    }
+    if (record.flags & DataCurveRecord::rangesValid)
+        scalingFromRangesIfFinite(record.rawValueMin, record.rawValueMax, record.valueMin, record.valueMax,
+                                  scale, offset);
 }
 
 DataInput readDataInput(const QString& path, const QRegularExpression& filter)
