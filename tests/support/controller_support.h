@@ -50,13 +50,11 @@ struct ScriptedPrompt : IFPrompt
     {
         struct Step : IFImportProgress
         {
-            ScriptedPrompt* prompt;
-            QString label;
-            bool showStep(int step) override { return prompt->keepGoing(label, step); }
+            std::function<bool(int)> goOn;
+            bool showStep(int step) override { return goOn(step); }
         };
         auto step = std::make_unique<Step>();
-        step->prompt = this;
-        step->label = label;
+        step->goOn = [this, label](int n) { return keepGoing(label, n); };
         return step;
     }
     std::optional<std::vector<int>> channelNets(const QStringList& channels, const QStringList& nets,
@@ -122,8 +120,6 @@ struct Parts
         QObject::connect(&plot, &DataPlot::signalMarkerMoved, &curves, &CurveSet::slotMarkerMoved);
         QObject::connect(&config, &QTableWidget::cellChanged, &curves,
                          &CurveSet::slotValueChangedTablePlotConfig);
-        QObject::connect(&startStop, &QPushButton::clicked, &run, &RunController::slotStartStop);
-        QObject::connect(&pause, &QPushButton::clicked, &run, &RunController::slotPause);
         documents.resetProject();
     }
     ~Parts() { curves.clear(); }
