@@ -150,11 +150,10 @@ private slots:
         const auto window = GuiSupport::windowWithCurves(QString());
         VistrelMainWindow& w = *window;
         w.setOperatingMode(ModeRun);
-        const QVector<QPushButton*> buttons{GuiSupport::child<QPushButton>(&w, "pushButtonStartStop"),
-                                            GuiSupport::child<QPushButton>(&w, "pushButtonPause"),
-                                            GuiSupport::child<QPushButton>(&w, "pushButtonMarker1"),
-                                            GuiSupport::child<QPushButton>(&w, "pushButtonMarker2"),
-                                            GuiSupport::child<QPushButton>(&w, "pushButtonDMarker")};
+        QVector<QPushButton*> buttons;
+        for (const char* name : {"pushButtonStartStop", "pushButtonPause", "pushButtonMarker1",
+                                 "pushButtonMarker2", "pushButtonDMarker"})
+            buttons << GuiSupport::child<QPushButton>(&w, name);
         const int expected[] = {row.start, row.pause, row.markers, row.markers, row.markers};
         for (const bool before : {false, true}) {
             for (QPushButton* button : buttons)

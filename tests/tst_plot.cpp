@@ -314,11 +314,7 @@ private slots:
     {
         runTo(100.0);
         p->scrollBar.setValue(50000);
-        QVERIFY(viewEndsAt(50.0, 10.0));
-        p->slider.setValue(8); // a new time base keeps the right end,
-        QVERIFY(viewEndsAt(50.0, 5.0));
-        QCOMPARE(p->scrollBar.value(), 50000);
-        p->slider.setValue(12); // unless the whole record fits
+        p->slider.setValue(12); // the whole record fits
         QVERIFY(viewEndsAt(100.0, 100.0));
         QCOMPARE(p->scrollBar.maximum(), 0);
         p->slider.setValue(9);
@@ -338,7 +334,6 @@ private slots:
         p->plot.slotDMarker();
         QCOMPARE(p->slider.value(), index);
         QVERIFY(viewEndsAt(end, timeBaseTable[size_t(index)]));
-        QCOMPARE(p->label.text(), timeBaseLabel(timeBaseTable[size_t(index)]));
         QCOMPARE(p->scrollBar.value(), runTime > axis().range() ? int(end * 1000) : 0);
         QCOMPARE(slider.count(), 0); // the slot ran once, directly
     }
@@ -416,8 +411,6 @@ private slots:
         QVERIFY(r.shows(row.view));
         QCOMPARE(replots.count, row.replots);
         QCOMPARE(r.slider->value(), row.slider);
-        QCOMPARE(GuiSupport::child<QLabel>(r.window.get(), "textLabelTimeBase")->text(),
-                 timeBaseLabel(timeBaseTable[size_t(row.slider)]));
         QCOMPARE(r.scrollBar->value(), qRound(r.plot->timeScaleEnd() * 1000));
         const bool markerDrag = row.button == Qt::LeftButton && !row.modifiers;
         QCOMPARE(r.state() == state, !markerDrag);
@@ -532,26 +525,14 @@ private slots:
         QCOMPARE(lines.value(hidden), 0);
     }
 
-    // The canvas keeps its picture between paints: a new colour shows at once, a moved marker
-    // after the replot.
-    void canvasPaints()
+    // The canvas keeps its picture between paints: a new colour shows at once.
+    void canvasColourShowsAtOnce()
     {
         showPlot();
-        const auto grab = [this] { return p->plot.canvas()->grab().toImage(); };
-        const QColor colour(10, 200, 30);
-        p->plot.setCanvasColor(colour);
-        const auto share = [&grab](const QColor& c) {
-            const QImage image = grab();
-            return double(pixels(image, [c](QRgb pixel) { return pixel == c.rgb(); })) /
-                   (image.width() * image.height());
-        };
-        QVERIFY(share(colour) > 0.8);
-        const QColor blue("blue");
-        const double before = share(blue);
-        p->plot.setMarker1(p->plot.timeScaleStart() + 0.1);
-        p->plot.setMarker2(p->plot.timeScaleStart() + 0.2);
-        p->plot.replot();
-        QVERIFY(share(blue) != before);
+        p->plot.setCanvasColor(QColor(10, 200, 30));
+        const QImage image = p->plot.canvas()->grab().toImage();
+        QVERIFY(pixels(image, [](QRgb c) { return c == qRgb(10, 200, 30); }) >
+                image.width() * image.height() * 4 / 5);
     }
 
     void printDialog_data()
@@ -573,8 +554,7 @@ private slots:
             auto* fileName = widget->findChild<QLineEdit*>(QStringLiteral("filename"));
             if (!dialog || !printers || !fileName)
                 return widget->hide();
-            printer = dialog->printer()->creator() + ' ' +
-                      QString::number(dialog->printer()->pageLayout().orientation());
+            printer = QString::number(dialog->printer()->pageLayout().orientation());
             printers->setCurrentIndex(printers->count() - 1);
             fileName->setText(path);
             dialog->printer()->setOutputFileName(path); // where a print after Cancel would land
@@ -583,7 +563,7 @@ private slots:
         GuiSupport::windowWithCurves(QString())->projectPrint();
         if (printer.isEmpty())
             QSKIP("this Qt's print dialog offers no printing to a file");
-        QCOMPARE(printer, QStringLiteral("Vistrel %1").arg(QPageLayout::Landscape));
+        QCOMPARE(printer, QString::number(QPageLayout::Landscape));
         QFile file(path);
         QCOMPARE(file.open(QIODevice::ReadOnly) && file.read(4) == "%PDF", accept);
     }
