@@ -1,6 +1,7 @@
 // The main window as a whole: the net scan, the state after start, modes and actions, the reset,
 // help and about.
 #include "dataplot.h"
+#include "driver_support.h"
 #include "formstatusbar_resourcesreparent.h"
 #include "gui_support.h"
 #include "manualpath.h"
@@ -35,15 +36,27 @@ public slots:
     void take(const QUrl& url) { urls << url; }
 };
 
-// A mode entered from a run; buttons: 1 enabled, 0 disabled, -1 as they were.
-struct ModeRow
-{
-    int mode;
-    QString text;
-    QColor color; // invalid: the status bar's own colour
-    int start, pause, markers;
-};
-Q_DECLARE_METATYPE(ModeRow)
+// clang-format off
+// A mode entered from a run; buttons: 1 enabled, 0 disabled, -1 as they were. No colour: the bar's own.
+const struct { const char* name; int mode; QString text; QColor color; int start, pause, markers; } modeRows[] = {
+    {"run",               ModeRun,     "ONLINE - RUN",     Qt::green,  1,  1,  0},
+    {"stopped",           ModeStopped, "ONLINE - STOPPED", Qt::blue,   1,  0,  1},
+    {"pause keeps green", ModePause,   "ONLINE - PAUSE",   Qt::green,  -1, -1, 1},
+    {"import",            ModeImport,  "OFFLINE - IMPORT", Qt::yellow, -1, -1, -1},
+    {"none",              ModeNone,    "",                 QColor(),   0,  0,  -1}};
+
+// The question itself is checked where files are opened.
+const struct { const char* name; int rows; bool yes; } resetRows[] = {
+    {"empty table asks nothing", 0, false}, {"yes", 2, true}, {"no", 2, false}};
+
+// Manuals as "folder/lang", folder "bin" (beside the program, as in the build folder) or "docs"
+// (share/doc/vistrel of an installed tree).
+const struct { const char* name; QStringList present; QString locale, expected; } manualRows[] = {
+    {"beside the program first", {"bin/de", "docs/fr"},            "fr_FR", "bin/de"},
+    {"installed, own language",  {"docs/fr", "docs/de", "docs/en"}, "fr_CH", "docs/fr"},
+    {"German before English",    {"docs/de", "bin/fr"},            "en_GB", "docs/de"},
+    {"none anywhere",            {},                               "en_US", "bin/en"}};
+// clang-format on
 
 class TestMainWindow : public QObject
 {
@@ -134,19 +147,10 @@ private slots:
                 enabled("helpContentsAction"));
     }
 
-    void modes_data()
-    {
-        QTest::addColumn<ModeRow>("row");
-        QTest::newRow("run") << ModeRow{ModeRun, "ONLINE - RUN", Qt::green, 1, 1, 0};
-        QTest::newRow("stopped") << ModeRow{ModeStopped, "ONLINE - STOPPED", Qt::blue, 1, 0, 1};
-        QTest::newRow("pause keeps green") << ModeRow{ModePause, "ONLINE - PAUSE", Qt::green, -1, -1, 1};
-        QTest::newRow("import") << ModeRow{ModeImport, "OFFLINE - IMPORT", Qt::yellow, -1, -1, -1};
-        QTest::newRow("none") << ModeRow{ModeNone, "", QColor(), 0, 0, -1};
-    }
-
+    void modes_data() { TestSupport::addRows(modeRows); }
     void modes()
     {
-        QFETCH(ModeRow, row);
+        const auto& row = TestSupport::tableRow(modeRows);
         const auto window = GuiSupport::windowWithCurves(QString());
         VistrelMainWindow& w = *window;
         w.setOperatingMode(ModeRun);
@@ -175,20 +179,10 @@ private slots:
             QCOMPARE(field->palette().color(group, field->backgroundRole()), color);
     }
 
-    // The question itself is checked where files are opened.
-    void resetProject_data()
-    {
-        QTest::addColumn<int>("rows");
-        QTest::addColumn<bool>("yes");
-        QTest::newRow("empty table asks nothing") << 0 << false;
-        QTest::newRow("yes") << 2 << true;
-        QTest::newRow("no") << 2 << false;
-    }
-
+    void resetProject_data() { TestSupport::addRows(resetRows); }
     void resetProject()
     {
-        QFETCH(int, rows);
-        QFETCH(bool, yes);
+        const auto& [name, rows, yes] = TestSupport::tableRow(resetRows);
         const auto window = GuiSupport::windowWithCurves(QString(), rows);
         VistrelMainWindow& w = *window;
         w.setDataFileName(QStringLiteral("old.vtldat"));
@@ -215,36 +209,17 @@ private slots:
     }
 
     // The system's language, then German, then English whether it is there or not.
-    // Manuals as "folder/lang", folder "bin" (beside the program, as in the
-    // build folder) or "docs" (share/doc/vistrel of an installed tree).
-    void manualPath_data()
-    {
-        QTest::addColumn<QStringList>("present");
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("beside the program first") << QStringList{"bin/de", "docs/fr"} << "fr_FR"
-                                                  << "bin/de";
-        QTest::newRow("installed, own language") << QStringList{"docs/fr", "docs/de", "docs/en"} << "fr_CH"
-                                                 << "docs/fr";
-        QTest::newRow("German before English") << QStringList{"docs/de", "bin/fr"} << "en_GB"
-                                               << "docs/de";
-        QTest::newRow("none anywhere") << QStringList{} << "en_US"
-                                       << "bin/en";
-    }
-
+    void manualPath_data() { TestSupport::addRows(manualRows); }
     void manualPath()
     {
-        QFETCH(QStringList, present);
-        QFETCH(QString, locale);
-        QFETCH(QString, expected);
+        const auto& [name, present, locale, expected] = TestSupport::tableRow(manualRows);
         const QTemporaryDir prefix;
         const auto manual = [&prefix](const QString& place) {
             const QString folder = place.section('/', 0, 0) == "bin" ? "bin" : "share/doc/vistrel";
             return prefix.filePath(folder + "/Vistrel_manual_" + place.section('/', 1) + ".pdf");
         };
-        QVERIFY(QDir(prefix.path()).mkpath("bin") && QDir(prefix.path()).mkpath("share/doc/vistrel"));
         for (const QString& place : present)
-            QVERIFY(QFile(manual(place)).open(QIODevice::WriteOnly));
+            QVERIFY(!TestSupport::writeFile(manual(place), "%PDF").isEmpty());
         QCOMPARE(::manualPath(prefix.filePath("bin"), locale), manual(expected));
     }
 
