@@ -228,6 +228,8 @@ const struct { const char* name; int page; QStringList viewport; QString suggest
     {"right, step above range", 1, {"-1", "2", "5"}, "0.6"},
     {"left, minimum equals maximum", 0, {"5", "5", "1"}, ""},
     {"right, empty step", 1, {"0", "10", ""}, ""}};
+
+const struct { const char* name; bool accept; } printRows[] = {{"accepted", true}, {"cancelled", false}};
 // clang-format on
 
 } // namespace
@@ -535,16 +537,11 @@ private slots:
                 image.width() * image.height() * 4 / 5);
     }
 
-    void printDialog_data()
-    {
-        QTest::addColumn<bool>("accept");
-        QTest::newRow("accepted") << true;
-        QTest::newRow("cancelled") << false;
-    }
+    void printDialog_data() { TestSupport::addRows(printRows); }
 
     void printDialog()
     {
-        QFETCH(bool, accept);
+        const auto& [name, accept] = TestSupport::tableRow(printRows);
         const QString path = TestSupport::temporaryPath(QStringLiteral("plot-%1.pdf").arg(accept ? 1 : 0));
         QString printer;
         const TestSupport::ModalAnswerer answerer([&](QWidget* widget) {

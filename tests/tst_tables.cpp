@@ -104,6 +104,8 @@ const struct { const char* name; int col; QString typed, result; } repairRows[] 
     {"BTR, one above",     Config::ColBtr,  "10000",      "0"},
     {"BTR, leading zeros", Config::ColBtr,  "001C",       "1c"}};
 
+const struct { const char* name; int current; } addRowsAt[] = {{"no current row", -1}, {"between", 0}, {"last row", 1}};
+
 const struct { const char* name; QList<int> selected; int current; bool yes; QStringList remaining; } deleteRows[] = {
     {"selected rows",                 {0, 2, 3},    1,  true,  {"c1", "0"}},
     {"no selection: the current row", {},           2,  true,  {"c0", "c1", "c3", "0"}},
@@ -280,17 +282,11 @@ private slots:
 
     // Add puts the new row below the current one; the rows around keep their
     // cells and their curves, also while the new row is being built.
-    void addCurve_data()
-    {
-        QTest::addColumn<int>("current");
-        QTest::newRow("no current row") << -1;
-        QTest::newRow("between") << 0;
-        QTest::newRow("last row") << 1;
-    }
+    void addCurve_data() { addRows(addRowsAt); }
 
     void addCurve()
     {
-        QFETCH(int, current);
+        const auto& [name, current] = tableRow(addRowsAt);
         const auto window = namedRows(2);
         VistrelMainWindow& w = *window;
         const QVector<QwtPlotCurve*> items{w.curves()[0]->plotItem, w.curves()[1]->plotItem};
@@ -496,16 +492,13 @@ private slots:
     // find, a signal without range and with a negative factor, names with separators in them.
     void dbcSignals()
     {
-        QFile file(TestSupport::temporaryPath("signals.dbc"));
-        QVERIFY(
-            file.open(QIODevice::WriteOnly) &&
-            file.write(
-                "VERSION \"\"\n\nBO_ 2566844672 ENGINE_X: 8 ECU\n SG_ Mode M : 0|8@1+ (1,0) [0|0] \"\" X\n"
-                " SG_ Gear m3 : 8|8@1+ (1,0) [0|7] \"\" X\n"
-                " SG_ Trim m3 : 24|9@0- (-0.02,0) [0|0] \"deg\" X\nBO_ 100 broken line\n"
-                "CM_ SG_ 2566844672 Trim \"trim tab angle\";\n"
-                "VAL_ 2566844672 Gear 0 \"Park\" 2 \"Drive;fast\" 3 \"a:b\" ;\n") > 0);
-        file.close();
+        const QString file = TestSupport::writeFile(
+            "signals.dbc",
+            "VERSION \"\"\n\nBO_ 2566844672 ENGINE_X: 8 ECU\n SG_ Mode M : 0|8@1+ (1,0) [0|0] \"\" X\n"
+            " SG_ Gear m3 : 8|8@1+ (1,0) [0|7] \"\" X\n"
+            " SG_ Trim m3 : 24|9@0- (-0.02,0) [0|0] \"deg\" X\nBO_ 100 broken line\n"
+            "CM_ SG_ 2566844672 Trim \"trim tab angle\";\n"
+            "VAL_ 2566844672 Gear 0 \"Park\" 2 \"Drive;fast\" 3 \"a:b\" ;\n");
         const QStringList picks{"TAB>Trim>Trim", "0x18fef100 a>Gear Trim>Gear"}; // filter>shown>chosen
         // net 29-bit name baud id layout scale offset unit ranges names
         const QStringList rows{
@@ -523,7 +516,7 @@ private slots:
                 if (auto* box = qobject_cast<QMessageBox*>(widget))
                     box->button(QMessageBox::Ok)->click();
                 else if (auto* files = qobject_cast<QFileDialog*>(widget))
-                    TestSupport::answerFileDialog(files, 0, file.fileName(), &seen);
+                    TestSupport::answerFileDialog(files, 0, file, &seen);
                 auto* dialog = qobject_cast<MDialogDbcSignals*>(widget);
                 for (const QString& pick : dialog ? picks : QStringList()) {
                     dialog->lineEditFilter->clear();
@@ -549,7 +542,7 @@ private slots:
         QCOMPARE(seen, QStringList({"Add Signals from DBC", "DBC files (*.dbc);All files (*)", "0"}) + picks +
                            QStringList{"2 signals chosen"});
         QCOMPARE(answer.texts(),
-                 QStringList{"Errors in DBC file " + file.fileName() +
+                 QStringList{"Errors in DBC file " + file +
                              ":\nline 7: Malformed message: expected BO_ id name: length transmitter"});
         for (int row = 1; row <= 2; ++row) {
             QString cells = QString("%1|%2").arg(table->netNumber(row)).arg(table->is29Bit(row));
