@@ -81,8 +81,6 @@ private slots:
         QCOMPARE(labels->textLabelMode->text() + labels->textLabelProjectFile->text(),
                  QStringLiteral("Prj: "));
         QCOMPARE(labels->textLabelDataFile->toolTip(), QStringLiteral("Data: "));
-        QVERIFY(!GuiSupport::child<QPushButton>(&*window, "pushButtonStartStop")->isEnabled() &&
-                !GuiSupport::child<QPushButton>(&*window, "pushButtonPause")->isEnabled());
         // The time of day of a record started on day 200, whatever the locale.
         const GuiSupport::CommaLocale comma;
         window->showTimes(200 * 86400.0 + 47109.25, 12.3456);

@@ -15,8 +15,6 @@
 
 #include <QColorDialog>
 #include <QFileDialog>
-#include <QHeaderView>
-#include <QMenu>
 #include <QtTest>
 
 using TestSupport::addRows;
@@ -137,7 +135,6 @@ const struct { const char* name; QStringList typed; bool calc, closes; QStringLi
 // Texts typed one after the other into the Signal cell, and the cell then.
 // Which texts the parser refuses is the DBC tests' matter; here one stands for all.
 const struct { const char* name; QStringList typed; QString cell; } signalRows[] = {
-    {"blanks",               {" 24 | 9 @ 0 - "},      "24|9@0-"},
     {"switch with its sign", {"8|16@1+ m3 0|8@1+"},   "8|16@1+ m3 0|8@1"},
     {"bad after good",       {"24|9@0-", "60|8@1+"}, "24|9@0-"},
     {"beyond the frame",     {"60|8@1+"},            ""},
@@ -227,7 +224,6 @@ private slots:
         const QwtPlotCurve* item = window->curves()[0]->plotItem;
         QComboBox* style = table->comboSave(0, Description::ColStyle)->comboBox;
         QVERIFY(table->curveEnabled(0) && style->currentText() == "Steps");
-        QVERIFY(!(table->item(0, Description::ColName)->flags() & Qt::ItemIsEditable));
         table->item(0, Description::ColEnable)->setCheckState(Qt::Unchecked);
         QCOMPARE(item->style(), QwtPlotCurve::NoCurve);
         QVERIFY(item->plot());     // still there, with its legend entry
@@ -341,27 +337,6 @@ private slots:
         QCOMPARE(seen, QStringList{"Select Curve Color " + before});
         QCOMPARE(table->curveColor(1), QStringLiteral("#123456"));
         QCOMPARE(curvesShown(*window).value(1), QStringLiteral("c1")); // both tables and the curve agree
-    }
-
-    void contextMenu()
-    {
-        const auto window = namedRows(1, true);
-        VistrelMainWindow& w = *window;
-        QMenu* menu = w.tableConfig()->verticalHeader()->findChild<QMenu*>();
-        QList<QAction*> shown;
-        connect(menu, &QMenu::aboutToShow, menu, [&shown, menu] {
-            shown = menu->actions();
-            QTimer::singleShot(0, menu, &QMenu::close);
-        });
-        emit w.tableConfig()->customContextMenuRequested(QPoint());
-        QCOMPARE(shown, (QList<QAction*>{GuiSupport::child<QAction>(&w, "projectAdd_CurveAction"),
-                                         GuiSupport::child<QAction>(&w, "projectCalculateAction"),
-                                         GuiSupport::child<QAction>(&w, "projectDelete_CurveAction")}));
-        shown.clear();
-        GuiSupport::child<QPushButton>(&w, "pushButtonStartStop")
-            ->setChecked(true); // no adding or deleting during a run
-        emit w.tableConfig()->customContextMenuRequested(QPoint());
-        QVERIFY(shown.isEmpty());
     }
 
     void deleteCurves_data() { addRows(deleteRows); }
