@@ -150,6 +150,7 @@ class TestTables : public QObject
 private slots:
     void initTestCase() { GuiSupport::prepare(); }
 
+    // A new row's cells, its baud code, and the cells outside the table.
     void newRow()
     {
         const auto window = windowWithBareTable(threeNets, 2);
@@ -164,13 +165,7 @@ private slots:
         table->setCurveColor(1, QStringLiteral("grey"));
         QCOMPARE(table->curveColor(1), QStringLiteral("#808080"));
         QVERIFY(!(table->item(1, Config::ColColor)->flags() & ~Qt::ItemIsEditable));
-    }
-
-    // The baud code: a rate's index, or the "BTR/hex" timing with the top bit.
-    void baudCode()
-    {
-        const auto window = windowWithBareTable(QString(), 1);
-        Config* table = window->tableConfig();
+        // The baud code: a rate's index, or the "BTR/hex" timing with the top bit.
         QComboBox* box = table->comboSave(0, Config::ColBaud)->comboBox;
         table->setBaud(0, int(0xFFFF001C)); // the upper bits go
         QVERIFY(table->baud(0) == -2147483620 && box->currentText() == "BTR01" && table->btrText(0) == "1c");
@@ -180,13 +175,7 @@ private slots:
         QCOMPARE(table->baud(0), int(0x80000000));
         table->setBaud(0, 0);
         QVERIFY(table->baud(0) == 0 && box->currentText() == "1000.0" && table->btrText(0) == "-----");
-    }
-
-    // A cell outside the table reads nothing, and writes go nowhere.
-    void cellsOutsideTheTable()
-    {
-        const auto window = windowWithBareTable(QString(), 2);
-        Config* table = window->tableConfig();
+        // A cell outside the table reads nothing, and writes go nowhere.
         const QSignalSpy changes(table, &QTableWidget::cellChanged);
         table->setCellText(-1, Config::ColName, QStringLiteral("written"));
         table->setDataType(2, 3);
