@@ -285,8 +285,8 @@ private slots:
         // Ten intervals, labelled with three decimals.
         const QList<double> ticks = axis().ticks(QwtScaleDiv::MajorTick);
         QCOMPARE(ticks.size(), 11);
-        const QString oneStep = QString::asprintf("%0.3f", -span / 10);
-        QCOMPARE(p->plot.axisScaleDraw(QwtPlot::xBottom)->label(ticks[9]).text(), oneStep);
+        QCOMPARE(p->plot.axisScaleDraw(QwtPlot::xBottom)->label(ticks[9]).text(),
+                 QString::asprintf("%0.3f", -span / 10));
     }
 
     void followingARun_data() { TestSupport::addRows(followRows); }

@@ -428,9 +428,9 @@ private slots:
         }
         // The byte-level cells, then 1 for each open box, then the Mask cell's editable and enabled flags.
         const auto byteLevel = [table](int row) {
-            QString text = QStringList{table->positionText(row), table->cellText(row, Config::ColDataType),
-                                       table->maskText(row), table->cellText(row, Config::ColIntMot), ""}
-                               .join(' ');
+            QString text;
+            for (const int col : {Config::ColPos, Config::ColDataType, Config::ColMask, Config::ColIntMot})
+                text += table->cellText(row, col) + ' ';
             for (const int col : {Config::ColPos, Config::ColDataType, Config::ColIntMot})
                 text += QString::number(table->cellWidget(row, col)->isEnabled());
             return text + QString::number(table->item(row, Config::ColMask)->flags() &
@@ -530,9 +530,6 @@ private slots:
         VistrelMainWindow& w = *window;
         Config* table = w.tableConfig();
         QPushButton* start = GuiSupport::child<QPushButton>(&w, "pushButtonStartStop");
-        const auto centre = [table](int col) {
-            return table->visualRect(table->model()->index(1, col)).center();
-        };
         // The dialog that `act` opens; one answerer each, as it is the same dialog every time.
         const auto opens = [](const std::function<void()>& act) {
             const ScaleDialogAnswer answer([](MDialogScaleOffset*) {});
@@ -540,10 +537,11 @@ private slots:
             QTest::qWait(20);
             return answer.opened.value(0);
         };
-        const auto doubleClick = [table, centre](Qt::MouseButton button, int col) {
+        const auto doubleClick = [table](Qt::MouseButton button, int col) {
             return [=] {
-                QTest::mouseClick(table->viewport(), button, Qt::NoModifier, centre(col));
-                QTest::mouseDClick(table->viewport(), button, Qt::NoModifier, centre(col));
+                const QPoint centre = table->visualRect(table->model()->index(1, col)).center();
+                QTest::mouseClick(table->viewport(), button, Qt::NoModifier, centre);
+                QTest::mouseDClick(table->viewport(), button, Qt::NoModifier, centre);
             };
         };
         const auto f2 = [table] {
