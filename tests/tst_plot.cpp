@@ -8,7 +8,6 @@
 #include "gui_support.h"
 #include "mdialogcustomaxis.h"
 #include "mdialogexportimage.h"
-#include "operatingmode.h"
 #include "plotcurve.h"
 #include "programoptions.h"
 #include "tableplotdescription.h"
@@ -33,7 +32,6 @@
 
 using Doubles = QVector<double>;
 using Steps = QVector<QPointF>; // run time, end of the view after the refresh
-Q_DECLARE_METATYPE(Steps)
 
 namespace {
 
