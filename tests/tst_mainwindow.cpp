@@ -1,6 +1,7 @@
 // The main window as a whole: the net scan, the state after start, modes and actions, the reset,
-// help and about.
+// the help menu.
 #include "dataplot.h"
+#include "driver_support.h"
 #include "formstatusbar_resourcesreparent.h"
 #include "gui_support.h"
 #include "manualpath.h"
@@ -13,7 +14,6 @@
 #include <qwt_scale_div.h>
 
 #include <QDesktopServices>
-#include <QHeaderView>
 #include <QtTest>
 
 using TestSupport::ModalAnswerer;
@@ -36,15 +36,27 @@ public slots:
     void take(const QUrl& url) { urls << url; }
 };
 
-// A mode entered from a run; buttons: 1 enabled, 0 disabled, -1 as they were.
-struct ModeRow
-{
-    int mode;
-    QString text;
-    QColor color; // invalid: the status bar's own colour
-    int start, pause, markers;
-};
-Q_DECLARE_METATYPE(ModeRow)
+// clang-format off
+// A mode entered from a run; buttons: 1 enabled, 0 disabled, -1 as they were. No colour: the bar's own.
+const struct { const char* name; int mode; QString text; QColor color; int start, pause, markers; } modeRows[] = {
+    {"run",               ModeRun,     "ONLINE - RUN",     Qt::green,  1,  1,  0},
+    {"stopped",           ModeStopped, "ONLINE - STOPPED", Qt::blue,   1,  0,  1},
+    {"pause keeps green", ModePause,   "ONLINE - PAUSE",   Qt::green,  -1, -1, 1},
+    {"import",            ModeImport,  "OFFLINE - IMPORT", Qt::yellow, -1, -1, -1},
+    {"none",              ModeNone,    "",                 QColor(),   0,  0,  -1}};
+
+// The question itself is checked where files are opened.
+const struct { const char* name; int rows; bool yes; } resetRows[] = {
+    {"empty table asks nothing", 0, false}, {"yes", 2, true}, {"no", 2, false}};
+
+// Manuals as "folder/lang", folder "bin" (beside the program, as in the build folder) or "docs"
+// (share/doc/vistrel of an installed tree).
+const struct { const char* name; QStringList present; QString locale, expected; } manualRows[] = {
+    {"beside the program first", {"bin/de", "docs/fr"},            "fr_FR", "bin/de"},
+    {"installed, own language",  {"docs/fr", "docs/de", "docs/en"}, "fr_CH", "docs/fr"},
+    {"German before English",    {"docs/de", "bin/fr"},            "en_GB", "docs/de"},
+    {"none anywhere",            {},                               "en_US", "bin/en"}};
+// clang-format on
 
 class TestMainWindow : public QObject
 {
@@ -55,43 +67,22 @@ private slots:
 
     void startState()
     {
-        const auto window = GuiSupport::windowWithCurves(
-            QStringLiteral("net 3 virtual features=Fc,2b tsfreq=1000000\nnet 255 virtual name=VT_CAN "
-                           "features=Ts tsfreq=8000000\n"));
-        int existing = 0;
-        for (const NetInfo& info : window->nets())
-            existing += info.infoHandle != -1;
-        QCOMPARE(existing, 2);
-        QCOMPARE(QString::fromLatin1(window->nets()[255].status.boardName), QStringLiteral("VT_CAN"));
-        QCOMPARE(window->nets()[255].timestampFrequency, quint64(8000000));
-        QCOMPARE(window->nets()[3].timestampFrequency, quint64(0)); // no timestamp feature
+        // Nets up to 255; a timestamp frequency only with the timestamp feature.
+        const auto window =
+            GuiSupport::windowWithCurves("net 3 virtual features=Fc,2b tsfreq=1000000\nnet 255 virtual\n");
+        const NetTable& nets = window->nets();
+        QCOMPARE(std::count_if(nets.begin(), nets.end(), [](const NetInfo& n) { return n.infoHandle != -1; }),
+                 2);
+        QCOMPARE(nets[3].timestampFrequency, quint64(0));
         const FormStatusBar_ResourcesReparent* labels = window->statusBarLabels();
         QCOMPARE(labels->textLabelMode->text() + labels->textLabelProjectFile->text(),
                  QStringLiteral("Prj: "));
         QCOMPARE(labels->textLabelDataFile->toolTip(), QStringLiteral("Data: "));
-        QVERIFY(!GuiSupport::child<QPushButton>(&*window, "pushButtonStartStop")->isEnabled() &&
-                !GuiSupport::child<QPushButton>(&*window, "pushButtonPause")->isEnabled());
-        QVERIFY(window->statusBar()->isAncestorOf(labels->textLabelModePicture));
-        for (QAction* action : GuiSupport::child<QToolBar>(&*window, "toolBar")->actions())
-            QVERIFY2(action->isSeparator() || !action->icon().pixmap(16).isNull(),
-                     qPrintable(action->text()));
-        // The narrow columns keep their widths below the header's usual minimum.
-        const auto width = [](QTableWidget* table, int col) {
-            return table->horizontalHeader()->sectionSize(col);
-        };
-        QCOMPARE((QVector<int>{width(window->tableConfig(), TablePlotConfig::ColColor),
-                               width(window->tableConfig(), TablePlotConfig::ColPos),
-                               width(window->tableDescription(), TablePlotDescription::ColEnable),
-                               width(window->tableConfig(), TablePlotConfig::ColDataType)}),
-                 (QVector<int>{25, 30, 22, 88}));
         // The time of day of a record started on day 200, whatever the locale.
         const GuiSupport::CommaLocale comma;
         window->showTimes(200 * 86400.0 + 47109.25, 12.3456);
         QCOMPARE(labels->textLabelStartTime->text(), QStringLiteral("Start: 13:05:09.250"));
         QCOMPARE(labels->textLabelRunTime->text(), QStringLiteral("Run: 12.346 s"));
-        window->show();
-        window->projectExit();
-        QVERIFY(!window->isVisible());
     }
 
     // A library without tessReadT: no timestamps from any interface.
@@ -130,48 +121,35 @@ private slots:
             w.refreshTimer()->start(1000000);
         w.updateActions();
         w.refreshTimer()->stop();
-        for (QAction* action : {GuiSupport::child<QAction>(&w, "projectNewAction"),
-                                GuiSupport::child<QAction>(&w, "projectOpenAction"),
-                                GuiSupport::child<QAction>(&w, "projectOptionsAction"),
-                                GuiSupport::child<QAction>(&w, "projectAdd_CurveAction"),
-                                GuiSupport::child<QAction>(&w, "dataLoadAction")})
-            QCOMPARE(action->isEnabled(), !r);
-        QCOMPARE(GuiSupport::child<QAction>(&w, "projectSaveAction")->isEnabled(), !r && p);
-        QCOMPARE(GuiSupport::child<QAction>(&w, "projectSaveAsAction")->isEnabled(), !r && n);
-        QCOMPARE(GuiSupport::child<QAction>(&w, "projectDelete_CurveAction")->isEnabled(), n && !c);
-        QCOMPARE(GuiSupport::child<QAction>(&w, "projectCalculateAction")->isEnabled(), n && !c);
-        QCOMPARE(GuiSupport::child<QAction>(&w, "dataSave_AsAction")->isEnabled(), !r && n);
-        QCOMPARE(GuiSupport::child<QAction>(&w, "dataSaveAction")->isEnabled(), !r && d);
-        QCOMPARE(GuiSupport::child<QAction>(&w, "dataImportAction")->isEnabled(), !r && n);
+        const auto enabled = [&w](const char* name) {
+            return GuiSupport::child<QAction>(&w, name)->isEnabled();
+        };
+        for (const char* name : {"projectNewAction", "projectOpenAction", "projectOptionsAction",
+                                 "projectAdd_CurveAction", "dataLoadAction"})
+            QCOMPARE(enabled(name), !r);
+        QCOMPARE(enabled("projectSaveAction"), !r && p);
+        QCOMPARE(enabled("projectSaveAsAction"), !r && n);
+        QCOMPARE(enabled("projectDelete_CurveAction"), n && !c);
+        QCOMPARE(enabled("projectCalculateAction"), n && !c);
+        QCOMPARE(enabled("dataSave_AsAction"), !r && n);
+        QCOMPARE(enabled("dataSaveAction"), !r && d);
+        QCOMPARE(enabled("dataImportAction"), !r && n);
         // Printing, the viewport and help stay available in every state.
-        for (QAction* action : {GuiSupport::child<QAction>(&w, "projectPrintAction"),
-                                GuiSupport::child<QAction>(&w, "projectCustom_AxisAction"),
-                                GuiSupport::child<QAction>(&w, "helpContentsAction")})
-            QVERIFY(action->isEnabled());
+        QVERIFY(enabled("projectPrintAction") && enabled("projectCustom_AxisAction") &&
+                enabled("helpContentsAction"));
     }
 
-    void modes_data()
-    {
-        QTest::addColumn<ModeRow>("row");
-        QTest::newRow("run") << ModeRow{ModeRun, "ONLINE - RUN", Qt::green, 1, 1, 0};
-        QTest::newRow("stopped") << ModeRow{ModeStopped, "ONLINE - STOPPED", Qt::blue, 1, 0, 1};
-        QTest::newRow("pause keeps green") << ModeRow{ModePause, "ONLINE - PAUSE", Qt::green, -1, -1, 1};
-        QTest::newRow("import") << ModeRow{ModeImport, "OFFLINE - IMPORT", Qt::yellow, -1, -1, -1};
-        QTest::newRow("data") << ModeRow{ModeData, "OFFLINE - DATA", QColor("orange"), -1, -1, -1};
-        QTest::newRow("none") << ModeRow{ModeNone, "", QColor(), 0, 0, -1};
-    }
-
+    void modes_data() { TestSupport::addRows(modeRows); }
     void modes()
     {
-        QFETCH(ModeRow, row);
+        const auto& row = TestSupport::tableRow(modeRows);
         const auto window = GuiSupport::windowWithCurves(QString());
         VistrelMainWindow& w = *window;
         w.setOperatingMode(ModeRun);
-        const QVector<QPushButton*> buttons{GuiSupport::child<QPushButton>(&w, "pushButtonStartStop"),
-                                            GuiSupport::child<QPushButton>(&w, "pushButtonPause"),
-                                            GuiSupport::child<QPushButton>(&w, "pushButtonMarker1"),
-                                            GuiSupport::child<QPushButton>(&w, "pushButtonMarker2"),
-                                            GuiSupport::child<QPushButton>(&w, "pushButtonDMarker")};
+        QVector<QPushButton*> buttons;
+        for (const char* name : {"pushButtonStartStop", "pushButtonPause", "pushButtonMarker1",
+                                 "pushButtonMarker2", "pushButtonDMarker"})
+            buttons << GuiSupport::child<QPushButton>(&w, name);
         const int expected[] = {row.start, row.pause, row.markers, row.markers, row.markers};
         for (const bool before : {false, true}) {
             for (QPushButton* button : buttons)
@@ -193,20 +171,10 @@ private slots:
             QCOMPARE(field->palette().color(group, field->backgroundRole()), color);
     }
 
-    // The question itself is checked where files are opened.
-    void resetProject_data()
-    {
-        QTest::addColumn<int>("rows");
-        QTest::addColumn<bool>("yes");
-        QTest::newRow("empty table asks nothing") << 0 << false;
-        QTest::newRow("yes") << 2 << true;
-        QTest::newRow("no") << 2 << false;
-    }
-
+    void resetProject_data() { TestSupport::addRows(resetRows); }
     void resetProject()
     {
-        QFETCH(int, rows);
-        QFETCH(bool, yes);
+        const auto& [name, rows, yes] = TestSupport::tableRow(resetRows);
         const auto window = GuiSupport::windowWithCurves(QString(), rows);
         VistrelMainWindow& w = *window;
         w.setDataFileName(QStringLiteral("old.vtldat"));
@@ -233,84 +201,49 @@ private slots:
     }
 
     // The system's language, then German, then English whether it is there or not.
-    // Manuals as "folder/lang", folder "bin" (beside the program, as in the
-    // build folder) or "docs" (share/doc/vistrel of an installed tree).
-    void manualPath_data()
-    {
-        QTest::addColumn<QStringList>("present");
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("beside the program first") << QStringList{"bin/de", "docs/fr"} << "fr_FR"
-                                                  << "bin/de";
-        QTest::newRow("installed, own language") << QStringList{"docs/fr", "docs/de", "docs/en"} << "fr_CH"
-                                                 << "docs/fr";
-        QTest::newRow("German before English") << QStringList{"docs/de", "bin/fr"} << "en_GB"
-                                               << "docs/de";
-        QTest::newRow("none anywhere") << QStringList{} << "en_US"
-                                       << "bin/en";
-    }
-
+    void manualPath_data() { TestSupport::addRows(manualRows); }
     void manualPath()
     {
-        QFETCH(QStringList, present);
-        QFETCH(QString, locale);
-        QFETCH(QString, expected);
+        const auto& [name, present, locale, expected] = TestSupport::tableRow(manualRows);
         const QTemporaryDir prefix;
         const auto manual = [&prefix](const QString& place) {
             const QString folder = place.section('/', 0, 0) == "bin" ? "bin" : "share/doc/vistrel";
             return prefix.filePath(folder + "/Vistrel_manual_" + place.section('/', 1) + ".pdf");
         };
-        QVERIFY(QDir(prefix.path()).mkpath("bin") && QDir(prefix.path()).mkpath("share/doc/vistrel"));
         for (const QString& place : present)
-            QVERIFY(QFile(manual(place)).open(QIODevice::WriteOnly));
+            QVERIFY(!TestSupport::writeFile(manual(place), "%PDF").isEmpty());
         QCOMPARE(::manualPath(prefix.filePath("bin"), locale), manual(expected));
     }
 
-    void helpOpensTheManual()
+    // Contents and Index open the manual, which the build puts beside the program; a link in the
+    // about box goes to the browser, and the closed box is gone. The offscreen platform, like a
+    // machine without viewer, opens nothing.
+    void helpMenu()
     {
         const auto window = GuiSupport::windowWithCurves(QString());
         const QString manual = ::manualPath(QCoreApplication::applicationDirPath(), QLocale::system().name());
+        const QUrl link(QStringLiteral("https://example.org/"));
         {
-            // Contents and Index do the same; the build puts the manuals beside the program.
-            const UrlReceiver desktop("file");
-            const ModalAnswerer answerer(QMessageBox::Ok);
+            const UrlReceiver files("file"), web("https");
+            const ModalAnswerer answerer([&link](QWidget* widget) {
+                auto* about = qobject_cast<MFormAbout*>(widget);
+                if (!about)
+                    return void(widget->close());
+                emit about->textBrowser->anchorClicked(link);
+                about->pushButtonAbout->click();
+            });
             window->helpContents();
             window->helpIndex();
-            QCOMPARE(answerer.answered(), 0);
-            QCOMPARE(desktop.urls, (QList<QUrl>{QUrl::fromLocalFile(manual), QUrl::fromLocalFile(manual)}));
-            QVERIFY(QFileInfo::exists(manual));
+            window->helpAbout();
+            QCOMPARE(answerer.answered(), 1);
+            QCOMPARE(files.urls, (QList<QUrl>{QUrl::fromLocalFile(manual), QUrl::fromLocalFile(manual)}));
+            QCOMPARE(web.urls, QList<QUrl>{link});
+            QVERIFY(!window->findChild<MFormAbout*>());
         }
-        // The offscreen platform, like a machine without viewer, opens nothing.
         QCOMPARE(QGuiApplication::platformName(), QStringLiteral("offscreen"));
         const ModalAnswerer answerer(QMessageBox::Ok);
         window->helpContents();
-        QCOMPARE(answerer.titles(), QStringList{"Vistrel"});
-        QCOMPARE(answerer.lastText(), QStringLiteral("Cannot open pdf manual!"));
-    }
-
-    void aboutBox()
-    {
-        const auto window = GuiSupport::windowWithCurves(QString());
-        const UrlReceiver desktop("https");
-        QStringList shown;
-        // Twice, one answerer each, as the second box may take the first one's address.
-        for (int opening = 0; opening < 2; ++opening) {
-            const ModalAnswerer answerer([&shown](QWidget* widget) {
-                auto* about = qobject_cast<MFormAbout*>(widget);
-                shown << about->windowTitle() + '|' + about->textLabelAboutOrvane->text() + '|' +
-                             about->labelInfo->text();
-                emit about->textBrowser->anchorClicked(
-                    QUrl(QStringLiteral("https://example.org/"))); // to the browser
-                about->pushButtonAbout->click();
-            });
-            window->helpAbout();
-            QVERIFY(!window->findChild<MFormAbout*>());
-        }
-        QCOMPARE(desktop.urls.size(), 2);
-        QCOMPARE(shown.value(1), shown.value(0));
-        QVERIFY(shown.value(0).startsWith("About Vistrel|Vistrel\nVersion 2.2.5.0\n"));
-        QVERIFY(shown.value(0).contains("\n|Vistrel is based in part on the work of the Qwt project:\n"));
-        QVERIFY(shown.value(0).endsWith(", Versions: Qt4, Qwt6"));
+        QCOMPARE(answerer.titles().value(0) + ' ' + answerer.lastText(), "Vistrel Cannot open pdf manual!");
     }
 };
 
