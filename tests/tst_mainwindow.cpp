@@ -78,6 +78,11 @@ private slots:
         QCOMPARE(labels->textLabelMode->text() + labels->textLabelProjectFile->text(),
                  QStringLiteral("Prj: "));
         QCOMPARE(labels->textLabelDataFile->toolTip(), QStringLiteral("Data: "));
+        // Col, Pos and Enable stay below the header's usual minimum section size.
+        QCOMPARE(QVector<int>({window->tableConfig()->columnWidth(TablePlotConfig::ColColor),
+                               window->tableConfig()->columnWidth(TablePlotConfig::ColPos),
+                               window->tableDescription()->columnWidth(TablePlotDescription::ColEnable)}),
+                 QVector<int>({25, 30, 22}));
         // The time of day of a record started on day 200, whatever the locale.
         const GuiSupport::CommaLocale comma;
         window->showTimes(200 * 86400.0 + 47109.25, 12.3456);
