@@ -2,11 +2,7 @@
 // draws from every sample. Both draw the same arrays into images of the same
 // size; in every pixel column the rows they paint must span the same range
 // within one pixel at either end, without holes the other has not.
-#include "dataplot.h"
 #include "fastplotcurve.h"
-#include "plotcurve.h"
-#include "testsupport.h"
-#include "vistrelmainwindow.h"
 
 #include <qwt_plot_curve.h>
 #include <qwt_scale_map.h>
@@ -177,10 +173,8 @@ class TestCurveItem : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void sameEnvelopeAsPlainCurve_data();
     void sameEnvelopeAsPlainCurve();
-    void programCurvesUseTheItem();
 };
 
 void TestCurveItem::sameEnvelopeAsPlainCurve_data()
@@ -193,33 +187,27 @@ void TestCurveItem::sameEnvelopeAsPlainCurve_data()
     // In the order of Kind.
     const char* const kinds[] = {"random",          "quantised", "zigzag",         "sparse",
                                  "beyond the axis", "NaN",       "clock set back", "single sample"};
-    const struct
-    {
-        const char* name;
-        QwtPlotCurve::CurveStyle style;
-    } styles[] = {
-        {"Steps", QwtPlotCurve::Steps}, {"Lines", QwtPlotCurve::Lines}, {"Sticks", QwtPlotCurve::Sticks}};
+    const char* const names[] = {"Lines", "Sticks", "Steps"}; // in the order of QwtPlotCurve::CurveStyle
     const QSize sizes[] = {{1200, 600}, {300, 200}, {701, 333}};
     int row = 0;
-    for (const auto& style : styles) {
+    for (const auto style : {QwtPlotCurve::Steps, QwtPlotCurve::Lines, QwtPlotCurve::Sticks}) {
         for (int k = 0; k < int(std::size(kinds)); ++k) {
             // The whole record, or 15 s of it; sizes take turns.
             for (const bool newestFirst : {true, false}) {
                 for (const bool part : {false, true}) {
                     const QSize size = sizes[row++ % 3];
                     const View view{size, part ? 30.0 : -1.0, part ? 45.0 : 101.0, false};
-                    QTest::addRow("%s, %s, %s, %dx%d, %s", style.name, kinds[k],
+                    QTest::addRow("%s, %s, %s, %dx%d, %s", names[style], kinds[k],
                                   newestFirst ? "newest first" : "oldest first", size.width(), size.height(),
                                   part ? "15 s" : "all")
-                        << Kind(k) << newestFirst << style.style << view;
+                        << Kind(k) << newestFirst << style << view;
                 }
             }
         }
         // Antialiased and wide, the columns go to the painter rather than the image.
         for (const Kind kind : {Kind::Random, Kind::Zigzag})
-            QTest::addRow("%s, %s, antialiased, wide pen", style.name,
-                          kind == Kind::Random ? "random" : "zigzag")
-                << kind << true << style.style << View{{900, 400}, -1.0, 101.0, true};
+            QTest::addRow("%s, %s, antialiased, wide pen", names[style], kinds[int(kind)])
+                << kind << true << style << View{{900, 400}, -1.0, 101.0, true};
     }
 }
 
@@ -273,17 +261,6 @@ void TestCurveItem::sameEnvelopeAsPlainCurve()
         QCOMPARE(fast.plainSamples, 0);
     if (view.start > 0.0 && kind != Kind::ClockBack && kind != Kind::Single)
         QVERIFY(fast.plainSamples < int(series.x.size()) / 4);
-}
-
-void TestCurveItem::programCurvesUseTheItem()
-{
-    TestSupport::useDriverConfig(QString());
-    VistrelMainWindow window;
-    window.projectAddCurve();
-    QCOMPARE(window.curves().size(), 1);
-    auto* item = dynamic_cast<FastPlotCurve*>(window.curves()[0]->plotItem);
-    QVERIFY(item);
-    QCOMPARE(item->plot(), static_cast<QwtPlot*>(window.plot()));
 }
 
 QTEST_MAIN(TestCurveItem)
