@@ -341,10 +341,13 @@ private slots:
     }
 
     // Pause holds plot and cells while capture goes on; the tick after it brings everything.
-    void pauseHoldsTheView()
+    // Closing the window during the run asks; No goes on running, Yes stops and closes.
+    void pauseAndClose()
     {
         openWindow(nets);
         addRow({});
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
         startStop();
         QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0);
         const TessFrameT frames[] = {frameT(0x100, {1, 0}), frameT(0x100, {2, 0}), frameT(0x100, {3, 0})};
@@ -360,6 +363,15 @@ private slots:
         QCOMPARE(curve.plotItem->dataSize(), size_t(2));
         GuiSupport::child<QPushButton>(&*window, "pushButtonPause")->click();
         QTRY_COMPARE(cell(Description::ColCount) + cell(Description::ColRawValue), QStringLiteral("33.000"));
+        for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
+            const ModalAnswerer answerer(answer);
+            GuiSupport::child<QAction>(&*window, "projectExitAction")->trigger();
+            QCOMPARE(answerer.titles(), QStringList{"Warning!"});
+            QCOMPARE(answerer.lastText(), "Vistrel is running!\nDo you really want to close the program?");
+            QCOMPARE(window->isVisible(), answer == QMessageBox::No);
+            QCOMPARE(window->isRunning(), answer == QMessageBox::No);
+            QCOMPARE(tessTestOpenHandles(0), answer == QMessageBox::No ? 2 : 1);
+        }
     }
 
     // Scale 1, offset 0: a value at an axis limit is inside; one beyond flags the "Current Value" cell
@@ -425,26 +437,6 @@ private slots:
         injector.join();
         startStop();
         QVERIFY(!label->isEnabled() && label->text().startsWith("Net 0: "));
-    }
-
-    // Closing the window during a run asks; No goes on running, Yes stops and closes.
-    void closingDuringRunAsks()
-    {
-        openWindow(nets);
-        addRow({});
-        window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
-        startStop();
-        QCOMPARE(tessTestWaitForReaders(0, 1, 5000), 0); // the capture handle is open
-        for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
-            const ModalAnswerer answerer(answer);
-            GuiSupport::child<QAction>(&*window, "projectExitAction")->trigger();
-            QCOMPARE(answerer.titles(), QStringList{"Warning!"});
-            QCOMPARE(answerer.lastText(), "Vistrel is running!\nDo you really want to close the program?");
-            QCOMPARE(window->isVisible(), answer == QMessageBox::No);
-            QCOMPARE(window->isRunning(), answer == QMessageBox::No);
-            QCOMPARE(tessTestOpenHandles(0), answer == QMessageBox::No ? 2 : 1);
-        }
     }
 };
 
