@@ -139,7 +139,6 @@ trafficRows[] = {
 
 // speed 0: as fast as read, and no loop
 const struct { const char* name; QByteArray line; int rxQueue, speed; } replayRows[] = {
-    {"absolute path, as fast as read",            "net 0 replay " + smallLog + " speed=0",        2047, 0},
     {"relative path, queue of one loses nothing", "net 0 replay logs/small.log speed=0",          1,    0},
     {"twenty times the pace, looped",             "net 0 replay " + smallLog + " speed=20 loop=1", 2047, 20}};
 
@@ -148,7 +147,6 @@ const struct { const char* name; QByteArray line; int rxQueue, speed; } replayRo
 const struct { const char* name; QByteArray source, copy, appended, options, board; } logRows[] = {
     {"candump, three buses, FD",   logsDir + "candump.log",        "candump.log",   "", "",          "candump.log"},
     {"candump, the third bus",     logsDir + "candump.log",        "candump.log",   "", "channel=2", "candump.log"},
-    {"ASC, channel 4 of the log",  logsDir + "vector.asc",         "vector.asc",    "", "channel=3", "vector.asc"},
     {"TRC 2.1, named",             logsDir + "peak-2.1.trc",       "peak-2.1.trc",  "", "name=PEAK", "PEAK"},
     {"BLF, name cut to 13",        logsDir + "vector.blf",         "bus-recording-2.blf", "", "",    "bus-recording"},
     {"BLF, remote and FD frames",  logsDir + "vector-kinds.blf",   "kinds.blf",     "", "",          "kinds.blf"},
