@@ -83,8 +83,7 @@ class TestCapture : public QObject
 
     void openWindow(const QString& config)
     {
-        useDriverConfig(config);
-        window = std::make_unique<VistrelMainWindow>();
+        window = GuiSupport::windowWithCurves(config);
         ProgramOptions options = window->options();
         options.refreshTime = 40;
         window->setOptions(options);
