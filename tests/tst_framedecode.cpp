@@ -35,14 +35,12 @@ const QByteArray ff("\xFF", 1);
 const struct { const char* name; int dataType, byteOrder, bytePos, mask; QByteArray bytes; double raw; }
 rawRows[] = {
     {"Integer8, mask 0x7F: never negative", Integer8, 0, 0, 0x7F, ff, 127},
-    {"Integer8, mask 0xFF", Integer8, 0, 0, 0xFF, ff, -1},
     {"Integer8, mask 0xF0", Integer8, 0, 0, 0xF0, ff, -16},
     {"Integer8, mask bits above 0xFF ignored", Integer8, 0, 3, 0x1FF, ff, -1},
     {"Integer8 at Pos 8, Motorola alike", Integer8, 1, 7, 0xFF, "\x85", -123},
     {"Unsigned8, mask 0xFF", Unsigned8, 0, 0, 0xFF, ff, 255},
     {"Unsigned8, mask 0x0F", Unsigned8, 0, 2, 0x0F, "\xAB", 11},
     {"Integer16 Motorola", Integer16, 1, 0, 0xFF, "\x12\x34", 4660},
-    {"Integer16 Intel", Integer16, 0, 0, 0xFF, "\x12\x34", 13330},
     {"Integer16, order 2 is Motorola", Integer16, 2, 0, 0xFF, "\x12\x34", 4660},
     {"Integer16, mask has no effect", Integer16, 0, 6, 0x0F, "\x12\x34", 13330},
     {"Integer16 Intel min", Integer16, 0, 1, 0xFF, QByteArray("\x00\x80", 2), -32768},
@@ -50,7 +48,6 @@ rawRows[] = {
     {"Unsigned16 Intel max", Unsigned16, 0, 0, 0xFF, "\xFF\xFF", 65535},
     {"Unsigned16 Motorola at Pos 7", Unsigned16, 1, 6, 0xFF, "\xAB\xCD", 43981},
     {"Integer32 Intel", Integer32, 0, 4, 0xFF, "\x78\x56\x34\x12", 305419896},
-    {"Integer32 Motorola min", Integer32, 1, 0, 0xFF, QByteArray("\x80\x00\x00\x00", 4), -2147483648.0},
     {"Integer32 0xFFFFFFFF", Integer32, 1, 0, 0xFF, "\xFF\xFF\xFF\xFF", -1},
     {"Unsigned32 0xFFFFFFFF", Unsigned32, 0, 0, 0xFF, "\xFF\xFF\xFF\xFF", 4294967295.0},
     {"Unsigned32 Motorola", Unsigned32, 1, 4, 0xFF, QByteArray("\x80\x00\x00\x01", 4), 2147483649.0},
