@@ -95,8 +95,8 @@ private slots:
                    "BO_ 291 ENGINE: 8 ECU\n SG_ Accel : 24|9@0- (-0.02,0) [-20|20] \"m/s2\" ABS,DASH\n")
             << "ENGINE 0x123 std 8 ECU\n Accel 24|9@0- (-0.02,0) [-20|20] \"m/s2\" ABS,DASH";
         QTest::newRow("extended ids, an id above 0x7FF taken as extended, no transmitter")
-            << QByteArray("BO_ 2566844693 J1939: 8 Vector__XXX\nBO_ 13274 HUD: 5\n")
-            << "J1939 0x18fef115 ext 8 Vector__XXX\nHUD 0x33da ext 5";
+            << QByteArray("BO_ 2566844693 J1939: 8 Vector__XXX\nBO_ 2048 HUD: 5\n")
+            << "J1939 0x18fef115 ext 8 Vector__XXX\nHUD 0x800 ext 5";
         QTest::newRow("Intel, floats, exponents, CRLF")
             << "BO_ 1 F: 8 X\r\n SG_ S : 0|32@1- (1E-3,+2.5) [-1e3|.5] \"\" X\r\n SG_ D : 0|64@1+" + sg +
                    " SG_ Bad : 0|16@1+" + sg +
