@@ -354,16 +354,6 @@ private slots:
         QCOMPARE(ix.mid(1, 3), (QVector<double>{6, 3, 0}));
         QCOMPARE(iy[4], -1.0);
     }
-
-    void valueText()
-    {
-        const DbcValueTable gears{{0, "Park"}, {2, "Drive"}, {-1, "Error"}};
-        QCOMPARE(dbcValueText(2.0, gears), QStringLiteral("2 (Drive)"));
-        QCOMPARE(dbcValueText(-1.0, gears), QStringLiteral("-1 (Error)"));
-        QCOMPARE(dbcValueText(5.0, gears), QStringLiteral("5"));
-        QCOMPARE(dbcValueText(2.5, gears), QStringLiteral("2.5"));
-        QCOMPARE(dbcValueText(4294967295.0, {}), QStringLiteral("4294967295"));
-    }
 };
 
 QTEST_GUILESS_MAIN(TestDbc)
