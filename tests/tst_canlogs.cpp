@@ -4,10 +4,10 @@
 // files that must give a message and the frames before the damage.
 #include "canlogs/canlog_reader.h"
 #include "driver_support.h"
+#include "testsupport.h"
 
 #include <QDir>
 #include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <cstring>
@@ -19,6 +19,7 @@ using canlogs::LogFormat;
 namespace {
 
 const QString kDataDir = QStringLiteral(VISTREL_TEST_DATA_DIR "/canlogs/");
+using TestSupport::readAll;
 
 // One frame as make_canlogs.py writes the expected frames:
 // <µs since the log's start> <channel> <id hex> <flags> <length> <data hex>
@@ -52,17 +53,9 @@ QStringList canonicalLines(const LogContents& log)
     return lines;
 }
 
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("cannot read %s", qPrintable(path));
-    return file.readAll();
-}
-
 QStringList expectedLines(const QString& log)
 {
-    return QString::fromLatin1(readFile(kDataDir + "expected/" + log + ".frames"))
+    return QString::fromLatin1(readAll(kDataDir + "expected/" + log + ".frames"))
         .split('\n', Qt::SkipEmptyParts);
 }
 
@@ -154,14 +147,9 @@ class TestCanLogs : public QObject
 
     QString write(const QByteArray& content)
     {
-        const QString path = dir_.filePath(QString::number(++files_) + ".log");
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-            qFatal("cannot write %s", qPrintable(path));
-        return path;
+        return TestSupport::writeFile(QString::number(++files_) + ".log", content);
     }
 
-    QTemporaryDir dir_;
     int files_ = 0;
 
 private slots:
@@ -190,7 +178,7 @@ private slots:
         QTest::addColumn<int>("count");
         QTest::addColumn<quint64>("digest");
         // Count and FNV-1a of python-can's frames, written by make_canlogs.py.
-        for (const QByteArray& line : readFile(kDataDir + "real-logs.digest").split('\n')) {
+        for (const QByteArray& line : readAll(kDataDir + "real-logs.digest").split('\n')) {
             const QList<QByteArray> fields = line.split(' ');
             if (fields.size() == 3)
                 QTest::newRow(fields[0].constData())
@@ -218,7 +206,7 @@ private slots:
         QTest::addColumn<QString>("message");
         QTest::addColumn<int>("frames"); // -1: some, not all
 
-        const QByteArray candump = readFile(kDataDir + "candump.log");
+        const QByteArray candump = readAll(kDataDir + "candump.log");
         // Where a line (from 1) starts, and how many lines before it hold a frame.
         const auto lineStart = [](const QByteArray& text, int line) {
             int at = 0;
@@ -248,7 +236,7 @@ private slots:
                    QByteArray(candump).insert(lineStart(candump, 50), QByteArray(10 << 20, 'A') + '\n'), 50,
                    "line longer than");
 
-        const QByteArray trc = readFile(kDataDir + "peak-2.1.trc");
+        const QByteArray trc = readAll(kDataDir + "peak-2.1.trc");
         const QList<QByteArray> trcLines = trc.split('\n');
         int line = 40;
         while (trcLines[line - 1].trimmed().endsWith('-') || trcLines[line - 1].endsWith(" \r"))
@@ -259,7 +247,7 @@ private slots:
             << framesBefore(trc, line, [](const QByteArray& l) { return !l.startsWith(';'); });
 
         // 2.0 gives the data length in an "l" column, which must suit the type.
-        const QByteArray trc20 = readFile(kDataDir + "peak-2.0.trc");
+        const QByteArray trc20 = readAll(kDataDir + "peak-2.0.trc");
         const int data20 = trc20.indexOf("\n      2 ") + 1;
         QTest::newRow("TRC 2.0 classic frame of 9 bytes")
             << trc20.left(data20) + "      2        38.000 DT     05F8 Rx 9  01 02 03 04 05 06 07 08 09\n"
@@ -268,7 +256,7 @@ private slots:
                    .arg(trc20.left(data20).count('\n') + 1)
             << 1;
 
-        const QByteArray blf = readFile(kDataDir + "vector.blf");
+        const QByteArray blf = readAll(kDataDir + "vector.blf");
         const QVector<int> containers = blfObjects(blf);
         QTest::newRow("BLF cut inside a container")
             << blf.left(containers[3] + 100) << "vector.blf"
@@ -291,7 +279,7 @@ private slots:
                                          << ", byte 4: bad BLF file header size" << 0;
 
         // The third object in the stored container is no frame; an absurd size makes it swallow the rest.
-        QByteArray kinds = readFile(kDataDir + "vector-kinds.blf");
+        QByteArray kinds = readAll(kDataDir + "vector-kinds.blf");
         putU32(kinds, blfObjects(kinds, 144 + 32)[2] + 8, 0xFFFFFF00);
         QTest::newRow("BLF object of 4 GB")
             << kinds << "vector-kinds.blf"
@@ -361,7 +349,7 @@ private slots:
     {
         QByteArray content;
         for (int i = 0; i < 20; ++i)
-            content += readFile(kDataDir + "candump.log");
+            content += readAll(kDataDir + "candump.log");
         const QString path = write(content);
         uint64_t done = 0, total = 0;
         bool rising = true;
