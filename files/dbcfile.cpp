@@ -440,16 +440,6 @@ std::optional<BitLayout> dbcSignalLayout(const DbcMessage& message, const DbcSig
     return layout;
 }
 
-QString dbcValueText(double raw, const DbcValueTable& table)
-{
-    if (!(raw == std::floor(raw)) || std::abs(raw) >= 9.0e18)
-        return QString::number(raw, 'g', 16);
-    const qint64 whole = qint64(raw);
-    const QString number = QString::number(whole);
-    const auto it = table.constFind(whole);
-    return it == table.cend() ? number : QStringLiteral("%1 (%2)").arg(number, *it);
-}
-
 QString dbcValueName(double raw, const DbcValueTable& table)
 {
     const double whole = std::round(raw);

@@ -97,10 +97,6 @@ DbcReadResult readDbc(const QByteArray& bytes);
 // no switch for a multiplexed signal.
 std::optional<BitLayout> dbcSignalLayout(const DbcMessage& message, const DbcSignal& signal);
 
-// The text of a raw value for a cell: "2 (Drive)" when the table names it,
-// else the number alone ("2", or "0.5" for a raw value that isn't whole).
-QString dbcValueText(double raw, const DbcValueTable& table);
-
 // The name the table gives a raw value, empty when it gives none. A raw value
 // within a millionth of a whole number counts as that number, so that one
 // found again from a scaled value (raw = (value - offset) / scale) still

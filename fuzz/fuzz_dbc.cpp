@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                 std::abort();
             (void)dbcSignalLayout(message, signal);
             for (const double raw : {signal.minimum, signal.maximum, signal.offset})
-                (void)dbcValueText(raw, signal.values);
+                (void)dbcValueName(raw, signal.values);
         }
     }
     return 0;
