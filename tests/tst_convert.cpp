@@ -124,10 +124,12 @@ void TestConvert::csvBytes_data()
     QTest::addColumn<std::vector<CsvSample>>("samples");
     QTest::addColumn<QByteArray>("expected");
 
-    const std::vector<CsvCurve> two{{"speed", "km/h"}, {"rpm", ""}};
+    using Curves = std::vector<CsvCurve>;
+    using Samples = std::vector<CsvSample>;
+    const Curves two{{"speed", "km/h"}, {"rpm", ""}};
     const CsvOptions wide{CsvLayout::Wide, false, std::nullopt};
     // speed every 0.1 s, rpm at 0.15 and 0.2: different rates.
-    const std::vector<CsvSample> rates{
+    const Samples rates{
         {0.1, 1.5, 15, 0}, {0.15, 800, 3200, 1}, {0.2, 2.5, 25, 0}, {0.2, 900, 3600, 1}, {0.3, 3, 30, 0}};
     QTest::newRow("long") << two << CsvOptions() << rates
                           << QByteArray(
@@ -139,29 +141,22 @@ void TestConvert::csvBytes_data()
         << two << CsvOptions{CsvLayout::Wide, true, std::nullopt} << rates
         << QByteArray("time_s,speed,rpm\n0.1,1.5,\n0.15,1.5,800\n0.2,2.5,900\n0.3,3,900\n");
     QTest::newRow("wide, a curve twice at one time, quoted names")
-        << std::vector<CsvCurve>{{"say \"hi\"", ""}, {"a,b", ""}} << wide
-        << std::vector<CsvSample>{{1, 1, 1, 0}, {1, 2, 2, 0}, {1, 7, 7, 1}}
+        << Curves{{"say \"hi\"", ""}, {"a,b", ""}} << wide
+        << Samples{{1, 1, 1, 0}, {1, 2, 2, 0}, {1, 7, 7, 1}}
         << QByteArray("time_s,\"say \"\"hi\"\"\",\"a,b\"\n1,1,\n1,2,7\n");
-    QTest::newRow("quoting") << std::vector<CsvCurve>{{"a,b", "\"%\""},
-                                                      {"two\nlines", "x"},
-                                                      {"plain", "m\rs"}}
-                             << CsvOptions()
-                             << std::vector<CsvSample>{{0, 1, 1, 0}, {0, 2, 2, 1}, {0, 3, 3, 2}}
+    QTest::newRow("quoting") << Curves{{"a,b", "\"%\""}, {"two\nlines", "x"}, {"plain", "m\rs"}}
+                             << CsvOptions() << Samples{{0, 1, 1, 0}, {0, 2, 2, 1}, {0, 3, 3, 2}}
                              << QByteArray("time_s,name,value,raw,unit\n0,\"a,b\",1,1,\"\"\"%\"\"\"\n"
                                            "0,\"two\nlines\",2,2,x\n0,plain,3,3,\"m\rs\"\n");
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double inf = std::numeric_limits<double>::infinity();
     QTest::newRow("unknown raw, not a number, infinities")
-        << two << CsvOptions()
-        << std::vector<CsvSample>{{0, 5, 0, 0, false}, {0, -nan, inf, 1}, {0, -inf, -0.0, 1}}
+        << two << CsvOptions() << Samples{{0, 5, 0, 0, false}, {0, -nan, inf, 1}, {0, -inf, -0.0, 1}}
         << QByteArray("time_s,name,value,raw,unit\n0,speed,5,,km/h\n0,rpm,nan,inf,\n0,rpm,-inf,-0,\n");
     // 1674148739.212264 s is 2023-01-19 17:18:59.212264 UTC.
     QTest::newRow("UTC column")
         << two << CsvOptions{CsvLayout::Long, false, 1674148739212264000}
-        << std::vector<CsvSample>{{0, 1, 1, 0},
-                                  {0.0000004, 2, 2, 0},
-                                  {0.0000006, 3, 3, 0},
-                                  {-1674148739.212264, 4, 4, 0}}
+        << Samples{{0, 1, 1, 0}, {0.0000004, 2, 2, 0}, {0.0000006, 3, 3, 0}, {-1674148739.212264, 4, 4, 0}}
         << QByteArray("time_s,time_utc,name,value,raw,unit\n0,2023-01-19T17:18:59.212264Z,speed,1,1,km/h\n"
                       "4e-07,2023-01-19T17:18:59.212264Z,speed,2,2,km/h\n"
                       "6e-07,2023-01-19T17:18:59.212265Z,speed,3,3,km/h\n"
@@ -169,7 +164,7 @@ void TestConvert::csvBytes_data()
     const CsvOptions newYear{CsvLayout::Wide, false,
                              1703980800000000000 + 86399999999000}; // 2023-12-31 23:59:59.999999
     QTest::newRow("UTC column over a new year, wide")
-        << two << newYear << std::vector<CsvSample>{{0, 1, 1, 0}, {0.000001, 2, 2, 1}, {5097600.5, 3, 3, 0}}
+        << two << newYear << Samples{{0, 1, 1, 0}, {0.000001, 2, 2, 1}, {5097600.5, 3, 3, 0}}
         << QByteArray("time_s,time_utc,speed,rpm\n0,2023-12-31T23:59:59.999999Z,1,\n"
                       "1e-06,2024-01-01T00:00:00.000000Z,,2\n5097600.5,2024-02-29T00:00:00.499999Z,3,\n");
 }
