@@ -1,18 +1,14 @@
 #!/usr/bin/python3
 """Writes drive.dbc, drive.log (candump -l) and drive.expected.csv for
-tst_convert: a short made-up drive of four messages at different rates (11-
-and 29-bit ids, both byte orders, signed fields, a multiplexer), frames too
-short for some signals, a remote frame, a CAN FD frame of 12 bytes, ids
-without a message, and two frames of one time on two interfaces.
+tst_convert: a made-up drive of four messages (11- and 29-bit ids, both byte
+orders, signed fields, a multiplexer), short, remote and 12-byte CAN FD
+frames, unknown ids, and two frames of one time on can0 and can1.
 
-The expected long CSV is decoded independently: frames read back by python-can
-(python3-can), values by canmatrix (python3-canmatrix). A signal gives a sample
-when all its bits lie within the frame's data (and, multiplexed, when the
-switch has its value); remote frames and CAN FD frames over 8 bytes give none.
-value = raw * factor + offset in double precision, as the program computes it;
-times are seconds since the log's first frame.
+Frames are read back by python-can, values decoded by canmatrix. A signal
+gives a sample when its bits lie within the data (multiplexed: when the switch
+has its value); value = raw * factor + offset in double precision.
 
-Run with Debian's interpreter: /usr/bin/python3 make_drive.py (in this folder)
+Run in this folder with Debian's interpreter: /usr/bin/python3 make_drive.py
 """
 import contextlib
 import random
