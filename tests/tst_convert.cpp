@@ -239,14 +239,20 @@ void TestConvert::driveMatchesCanmatrix_data()
     const QString row =
         "<Graph%1 name=\"ENGINE.RPM\" netstr=\"%1: virt\" net=\"0\" id=\"0x123\" Id29Bit=\"0\" "
         "pos=\"1\" datatype=\"3\" intmot=\"0\" mask=\"0xFF\" scale=\"0.25\" offset=\"0\" unit=\"rpm\"/>";
+    // A row described bit by bit: its Signal text stands for Pos, DataType and Mask.
+    const QString bits = "<Graph2 name=\"ENGINE.TORQUE\" net=\"0\" id=\"0x123\" pos=\"1\" datatype=\"0\" "
+                         "mask=\"0xFF\" signal=\"24|12@1-\" scale=\"0.5\" offset=\"0\" unit=\"Nm\"/>";
     const QString project =
-        writeFile("drive.vtlprj", ("<Vistrel>" + row.arg(0) + row.arg(1) + "</Vistrel>").toUtf8());
+        writeFile("drive.vtlprj", ("<Vistrel>" + row.arg(0) + row.arg(1) + bits + "</Vistrel>").toUtf8());
     QTest::newRow("DBC") << QStringList{"--dbc", dbc, "-o", out, log} << "" << false;
     QTest::newRow("some signals") << QStringList{"--signals", "^WHEELS\\.|BATTERY", "--dbc", dbc, "-o", out,
                                                  log}
                                   << "^WHEELS\\.|BATTERY" << false;
     QTest::newRow("project row on net 1, can1 alone")
         << QStringList{"--project", project, "--channel", "1=1", "-o", out, log} << "^ENGINE.RPM$" << true;
+    QTest::newRow("project row by its bits")
+        << QStringList{"--project", project, "--signals", "TORQUE", "-o", out, log} << "^ENGINE.TORQUE$"
+        << false;
 }
 
 // Every sample of the drive, in order, against python-can and canmatrix.
