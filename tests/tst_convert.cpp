@@ -1,5 +1,6 @@
 // CSV export and vistrel-convert against hand-written bytes, std::to_chars
 // and a drive decoded by python-can and canmatrix (data/convert/make_drive.py).
+#include "backgroundwriter.h"
 #include "convertoptions.h"
 #include "csvexport.h"
 #include "datafile.h"
@@ -114,6 +115,7 @@ private slots:
     void sortsOutOfOrderLogs_data();
     void sortsOutOfOrderLogs();
     void dataFileOutputReadsBack();
+    void backgroundWriterKeepsOrder();
     void programExitCodes_data();
     void programExitCodes();
 };
@@ -415,6 +417,29 @@ void TestConvert::dataFileOutputReadsBack()
         const double raw = sorted[i][3].toDouble();
         QVERIFY(qAbs(again[i][3].toDouble() - raw) < 1e-6 * qMax(1.0, qAbs(raw)));
     }
+}
+
+// Many small chunks, so that the writer thread takes some while others are
+// queued (a race there shows under ThreadSanitizer); all arrive in order.
+void TestConvert::backgroundWriterKeepsOrder()
+{
+    char* buffer = nullptr;
+    size_t size = 0;
+    std::FILE* out = open_memstream(&buffer, &size);
+    QByteArray expected;
+    {
+        BackgroundWriter writer(out);
+        for (int i = 0; i < 5000; ++i) {
+            const QByteArray chunk = QByteArray::number(i) + ',';
+            expected += chunk;
+            QVERIFY(writer.write(chunk.constData(), size_t(chunk.size())));
+        }
+        QVERIFY(writer.finish());
+    }
+    std::fclose(out);
+    const QByteArray written(buffer, int(size));
+    std::free(buffer);
+    QCOMPARE(written, expected);
 }
 
 void TestConvert::programExitCodes_data()
