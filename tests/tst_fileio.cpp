@@ -248,7 +248,6 @@ private slots:
     void roundTrips();
     void import();
     void oldestDataFileCells();
-    void importAborted_data();
     void importAborted();
     void openCanLog_data();
     void openCanLog();
@@ -257,7 +256,6 @@ private slots:
     void exportCsvAbsoluteTime();
     void messages_data();
     void messages();
-    void dialogs_data();
     void dialogs();
     void settingsAtStart_data();
     void settingsAtStart();
@@ -411,39 +409,21 @@ void TestFileIo::oldestDataFileCells()
     QCOMPARE(pointsOf(*w->curves()[0]), (QVector<double>{2, 1, 2, 1}));
 }
 
-// Abort in the progress of reading, or of converting the second row: the
-// curves read so far stay, the others are empty or missing; no message, no
-// name, no mode.
-void TestFileIo::importAborted_data()
-{
-    QTest::addColumn<QString>("progress");
-    QTest::addColumn<QString>("points"); // of each curve, and whether its arrays start with zeros
-    QTest::newRow("reading") << "Read file ..."
-                             << "";
-    QTest::newRow("converting row 1") << "Convert data from Config(1) ..."
-                                      << "3,0 1,1 ";
-}
-
+// Abort while converting the second row: the first curve keeps what it
+// read, the second is empty, the third missing; no message, name or mode.
 void TestFileIo::importAborted()
 {
-    QFETCH(QString, progress);
-    QFETCH(QString, points);
     TestSupport::Parts p;
     for (int row = 0; row < 3; ++row)
         p.addRow();
-    QStringList labels;
-    p.prompt.keepGoing = [&](const QString& label, int) {
-        labels << label;
-        return label != progress;
-    };
+    p.prompt.keepGoing = [](const QString& label, int) { return label != "Convert data from Config(1) ..."; };
     p.documents.importRecordedData(
         writeFile("abort.txt", logLines("1 10:00:00 0 0 _ 1 1 / 2 10:00:01 0 0 _ 1 2")));
     QString shown;
     for (const QSharedPointer<PlotCurve>& curve : p.curves.curves())
         shown +=
             QString("%1,%2 ").arg(curve->pointCount()).arg(curve->xValues[0] == 0 && curve->yValues[1] == 0);
-    QCOMPARE(shown, points);
-    QCOMPARE(labels.last(), progress);
+    QCOMPARE(shown, QStringLiteral("3,0 1,1 "));
     QCOMPARE(p.prompt.asked, QStringList());
     QCOMPARE(p.documents.dataFileName(), QString());
 }
@@ -793,39 +773,12 @@ void TestFileIo::messages()
     QCOMPARE(label->toolTip(), report.isEmpty() ? label->text() : report);
 }
 
-// The file dialogs: title and filter, the extension appended (compared
-// case-sensitively), and nothing done when cancelled.
-void TestFileIo::dialogs_data()
-{
-    QTest::addColumn<QString>("slot");
-    QTest::addColumn<QString>("typed"); // empty: cancelled
-    QTest::addColumn<QString>("seen");
-    QTest::addColumn<QString>("name"); // of the project or data file afterwards
-
-    // Each name typed, and the dialog cancelled.
-    const auto add = [](const char* slot, const char* seen, const QList<QPair<QString, QString>>& typed) {
-        for (const auto& [text, name] : typed + QList<QPair<QString, QString>>{{"", ""}})
-            QTest::addRow("%s %s", slot, qPrintable(text)) << slot << text << seen << name;
-    };
-    add("projectOpen", "Open Project|*.vtlprj", {{"p", "p.vtlprj"}});
-    add("projectSaveAs", "Save Project as|*.vtlprj", {{"s.VTLPRJ", "s.VTLPRJ.vtlprj"}});
-    add("dataLoad", "Load Data|*.vtldat", {{"d", "d.vtldat"}});
-    add("dataSaveAs", "Save Data as|*.vtldat", {{"s.vtldat", "s.vtldat"}});
-    add("dataImport", "Import Data|( *.vbrlog *.txt )", {{"log", "log.txt"}, {"log.vbrlog", "log.vbrlog"}});
-    add("dataOpenLog", "Open CAN Log|CAN logs (*.log *.asc *.trc *.blf);All files (*)",
-        {{"two.log", "two.log"}});
-    add("dataExportCsv", "Export CSV|CSV files (*.csv)", {{"e", "e.csv"}});
-}
-
+// The file dialogs, one after the other in one window: title and filter,
+// the extension appended (compared case-sensitively), nothing done when
+// cancelled. Each name typed without its extension exists too, as no file
+// of its kind: the name is set only once the file with it has been read.
 void TestFileIo::dialogs()
 {
-    QFETCH(QString, slot);
-    QFETCH(QString, typed);
-    QFETCH(QString, seen);
-    QFETCH(QString, name);
-
-    // Each name typed without its extension exists too, as no file of its
-    // kind: the name is set only once the file with it has been read.
     QTemporaryDir directory;
     for (const auto& [file, bytes] : {std::pair<QString, QByteArray>{"p", "x"},
                                       {"d", "x"},
@@ -841,33 +794,54 @@ void TestFileIo::dialogs()
     // A sample, which the export needs.
     w->curves()[0]->plotItem->setRawSamples(w->curves()[0]->xValues.get(), w->curves()[0]->yValues.get(), 2);
     w->updateActions();
-    QStringList got;
-    const ModalAnswerer answer(
-        [&](QWidget* widget) {
-            if (auto* dialog = qobject_cast<QFileDialog*>(widget))
-                TestSupport::answerFileDialog(dialog, 0, typed.isEmpty() ? typed : directory.filePath(typed),
-                                              &got);
-            else if (auto* box = qobject_cast<QMessageBox*>(widget))
-                box->button(QMessageBox::Yes)->click();
-            else if (auto* channels = qobject_cast<MDialogChannelNets*>(widget))
-                channels->accept();
-            else if (auto* csv = qobject_cast<MDialogExportCsv*>(widget))
-                csv->accept();
-        },
-        5);
-    // By the action where its name follows the slot's, so that it must be enabled.
-    if (auto* action = w->findChild<QAction*>(slot + "Action"))
-        action->trigger();
-    else
-        QVERIFY(QMetaObject::invokeMethod(w.get(), slot.toLatin1()));
-    QCOMPARE(got.mid(0, 2).join('|'), seen);
-    const QString expected = name.isEmpty() ? name : directory.filePath(name);
-    // An export leaves the data file's name alone.
-    const bool exported = slot.endsWith("Csv");
-    QCOMPARE(slot.startsWith("project") ? w->currentProjectFileName() : w->currentDataFileName(),
-             exported ? QString() : expected);
-    if (slot.endsWith("SaveAs") || exported)
-        QCOMPARE(QFileInfo(expected).size() > 0, !name.isEmpty());
+    // Each cancelled, then given the name typed: what the dialog showed and
+    // the project or data file's name afterwards. An export leaves the data
+    // file's name alone.
+    // clang-format off
+    const struct { const char *slot, *typed, *seen, *name; } steps[] = {
+        {"dataExportCsv", "e",          "Export CSV|CSV files (*.csv)",    "e.csv"},
+        {"dataSaveAs",    "s.vtldat",   "Save Data as|*.vtldat",           "s.vtldat"},
+        {"projectSaveAs", "s.VTLPRJ",   "Save Project as|*.vtlprj",        "s.VTLPRJ.vtlprj"},
+        {"projectOpen",   "p",          "Open Project|*.vtlprj",           "p.vtlprj"},
+        {"dataLoad",      "d",          "Load Data|*.vtldat",              "d.vtldat"},
+        {"dataImport",    "log",        "Import Data|( *.vbrlog *.txt )",  "log.txt"},
+        {"dataImport",    "log.vbrlog", "Import Data|( *.vbrlog *.txt )",  "log.vbrlog"},
+        {"dataOpenLog",   "two.log",    "Open CAN Log|CAN logs (*.log *.asc *.trc *.blf);All files (*)", "two.log"}};
+    // clang-format on
+    for (const auto& step : steps) {
+        const QString slot = step.slot, written = directory.filePath(step.name);
+        const auto current = [&] {
+            return slot.startsWith("project") ? w->currentProjectFileName() : w->currentDataFileName();
+        };
+        for (const QString typed : {"", step.typed}) {
+            const QString before = current();
+            QStringList got;
+            const ModalAnswerer answer(
+                [&](QWidget* widget) {
+                    if (auto* dialog = qobject_cast<QFileDialog*>(widget))
+                        TestSupport::answerFileDialog(
+                            dialog, 0, typed.isEmpty() ? typed : directory.filePath(typed), &got);
+                    else if (auto* box = qobject_cast<QMessageBox*>(widget))
+                        box->button(QMessageBox::Yes)->click();
+                    else if (auto* channels = qobject_cast<MDialogChannelNets*>(widget))
+                        channels->accept();
+                    else if (auto* csv = qobject_cast<MDialogExportCsv*>(widget))
+                        csv->accept();
+                },
+                5);
+            // By the action where its name follows the slot's, so that it must be enabled.
+            if (auto* action = w->findChild<QAction*>(slot + "Action"))
+                action->trigger();
+            else
+                QVERIFY(QMetaObject::invokeMethod(w.get(), step.slot));
+            const bool exported = slot.endsWith("Csv");
+            QCOMPARE(slot + ' ' + typed + ' ' + got.mid(0, 2).join('|') + ' ' + current(),
+                     slot + ' ' + typed + ' ' + step.seen + ' ' +
+                         (typed.isEmpty() || exported ? before : written));
+            if (slot.endsWith("SaveAs") || exported)
+                QCOMPARE(QFileInfo(written).size() > 0, !typed.isEmpty());
+        }
+    }
 }
 
 // What stands in place of the settings file at start, what the window then

@@ -115,7 +115,6 @@ const struct { const char* name; QList<int> selected; int current; bool yes; QSt
 // types keep 1 and 0. Written with a point also under a comma locale.
 const struct { const char* name; int dataType, axis; QStringList cells; } scalingRows[] = {
     {"Integer8",               0,  0, {"-128", "127", "-100", "100", "0.3921568627450966", "0.7843137254901961"}},
-    {"Unsigned8",              1,  0, {"0", "255", "-100", "100", "-100", "0.7843137254901961"}},
     {"Unsigned32, the widest", 5,  0, {"0", "4294967295", "-100", "100", "-100", "4.656612874161595e-08"}},
     {"Real32",                 6,  0, {"0", "1", "-100", "100", "0", "1"}},
     {"no data type: 0 to 1",   -1, 0, {"0", "1", "-100", "100", "-100", "200"}},
@@ -125,7 +124,6 @@ const struct { const char* name; int dataType, axis; QStringList cells; } scalin
 // Cancel. shown: the fields afterwards; the row takes them only if OK closed. A failed field
 // and those behind it count as 0.
 const struct { const char* name; QStringList typed; bool calc, closes; QStringList shown; } dialogRows[] = {
-    {"0..100 to 0..10",       {"0", "100", "0", "10"},     false, true,  {"0", "100", "0", "10", "0", "0.1"}},
     {"raw range of no width", {"7", "7", "0", "10"},       false, true,  {"7", "7", "0", "10", "0", "0"}},
     {"commas, sign kept",     {"1,5", "3,5", "-1,0", "+1"}, false, true, {"1.5", "3.5", "-1.0", "+1", "-2.5", "1"}},
     {"no change",             {},                          false, true,  {"0", "1", "-100", "100", "-100", "200"}},
@@ -162,8 +160,6 @@ private slots:
                  (QStringList{"NewName", "0: DEMO", "1000.0", "-----", "0", "", "1", "Integer8", "0xFF",
                               "Intel", "Left", "0.7843137254901961", "0.3921568627450966", ""}));
         // A colour cell keeps only the editable flag, so that a click doesn't select the colour away.
-        table->setCurveColor(1, QStringLiteral("grey"));
-        QCOMPARE(table->curveColor(1), QStringLiteral("#808080"));
         QVERIFY(!(table->item(1, Config::ColColor)->flags() & ~Qt::ItemIsEditable));
         // The baud code: a rate's index, or the "BTR/hex" timing with the top bit.
         QComboBox* box = table->comboSave(0, Config::ColBaud)->comboBox;
