@@ -170,7 +170,7 @@ bool LogReader::stopped() const
     return d->stopRequested.load(std::memory_order_relaxed);
 }
 
-LogContents readLog(const std::string& path, const std::function<bool(uint64_t, uint64_t)>& progress)
+LogContents readLog(const std::string& path)
 {
     LogReader reader(path);
     LogContents log;
@@ -179,8 +179,6 @@ LogContents readLog(const std::string& path, const std::function<bool(uint64_t, 
         const size_t have = log.frames.size();
         log.frames.resize(have + kBatch);
         log.frames.resize(have + reader.read(log.frames.data() + have, kBatch));
-        if (progress && !progress(reader.bytesConsumed(), reader.fileSize()))
-            break;
     }
     log.format = reader.format();
     log.formatName = reader.formatName();

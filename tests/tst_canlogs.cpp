@@ -344,30 +344,6 @@ private slots:
         QVERIFY(!stopped.next(frame));
         QVERIFY(stopped.stopped() && stopped.atEnd() && stopped.error().empty());
     }
-
-    void progress()
-    {
-        QByteArray content;
-        for (int i = 0; i < 20; ++i)
-            content += readAll(kDataDir + "candump.log");
-        const QString path = write(content);
-        uint64_t done = 0, total = 0;
-        bool rising = true;
-        const LogContents all = canlogs::readLog(path.toStdString(), [&](uint64_t d, uint64_t t) {
-            rising = rising && d >= done;
-            done = d;
-            total = t;
-            return true;
-        });
-        QVERIFY(rising);
-        QCOMPARE(all.frames.size(), size_t(20 * 300));
-        QCOMPARE(done, uint64_t(content.size()));
-        QCOMPARE(total, uint64_t(content.size()));
-        const LogContents stopped =
-            canlogs::readLog(path.toStdString(), [](uint64_t, uint64_t) { return false; });
-        QCOMPARE(stopped.frames.size(), size_t(4096)); // one batch
-        QVERIFY(stopped.error.empty());
-    }
 };
 
 QTEST_GUILESS_MAIN(TestCanLogs)

@@ -17,7 +17,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -94,10 +93,8 @@ struct LogContents
     std::string error; // as LogReader::error(); frames holds those before it
 };
 
-// Reads a whole log. `progress`, if given, is called after each batch with
-// the bytes consumed and the file size; returning false stops the reading.
-LogContents readLog(const std::string& path,
-                    const std::function<bool(uint64_t consumed, uint64_t total)>& progress = {});
+// Reads a whole log at once.
+LogContents readLog(const std::string& path);
 
 // Data length of a CAN FD length code (0 to 15).
 uint8_t fdLength(unsigned dlc);
